@@ -1,6 +1,3 @@
-#include <cstdlib>
-#include <filesystem>
-#include <stdexcept>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -11,35 +8,10 @@
 #include "service/LogOutput.h"
 #include "service/Trace.h"
 #include "tests/support/LogWatch.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TestLog.h"
 
 namespace {
-
-/// Made before any other static object of the program that might log, removed at the very end.
-class TestDirectory
-{
-public:
-    TestDirectory()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "vrmount-test-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a temporary directory");
-        }
-        _path = pattern;
-    }
-    ~TestDirectory()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(_path, ignored);
-    }
-    TestDirectory(const TestDirectory&) = delete;
-    TestDirectory& operator=(const TestDirectory&) = delete;
-
-    const std::string& path() const { return _path; }
-
-private:
-    std::string _path;
-};
 
 class LogCheck : public testing::EmptyTestEventListener
 {
@@ -60,7 +32,8 @@ class LogCheck : public testing::EmptyTestEventListener
 
 const std::string& testLogFile()
 {
-    static const TestDirectory directory;
+    // Made before any other static object that might log, removed at the very end.
+    static const TemporaryDirectory directory;
     static const std::string file = directory.path() + "/test.log";
     return file;
 }

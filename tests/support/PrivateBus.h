@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tests/support/Process.h"
+#include "tests/support/TemporaryDirectory.h"
+
+/// A message bus of a test's own that stands in for the system bus: DBUS_SYSTEM_BUS_ADDRESS names it in this
+/// process and in every process started from it. It permits everything to everybody, and ends with the
+/// object.
+///
+/// QDBusConnection::systemBus() connects once a process, on its first use: make the bus before. Where a
+/// static object connects already (DriveManager's proxy), link `test_bus_before_main`, which makes one bus
+/// for the whole test program before any other static object.
+class PrivateBus
+{
+public:
+    /// Throws std::runtime_error when no bus comes up (isAvailable tells beforehand).
+    PrivateBus();
+    ~PrivateBus();
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    /// Whether dbus-daemon is installed.
+    static bool isAvailable();
+
+    const std::string& address() const { return _address; }
+    Process& daemon() { return *_daemon; }
+
+private:
+    TemporaryDirectory _directory;
+    std::unique_ptr<Process> _daemon;
+    std::string _address;
+};
