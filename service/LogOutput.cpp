@@ -1,5 +1,5 @@
-// The one file that needs the message handler of the framework's older interface; the newer one would hand over
-// text that the framework has already formatted by its own pattern.
+// The one file that needs the message handler of the framework's older interface; the newer one would hand
+// over text that the framework has already formatted by its own pattern.
 #define QT_DISABLE_DEPRECATED_BEFORE 0x040800
 
 #include "service/LogOutput.h"

@@ -3,12 +3,12 @@
 #include <QString>
 #include <QStringList>
 
-/// The bytes of the log are fixed: people and scripts read them. A string value stands between double quotes and
-/// is followed by one blank; so is a plain literal. The framework's own stream would drop the last blank and
-/// escape quotes and backslashes, so everything that logs goes through these functions.
+/// The bytes of the log are fixed: people and scripts read them. A string value stands between double quotes
+/// and is followed by one blank; so is a plain literal. The framework's own stream would drop the last blank
+/// and escape quotes and backslashes, so everything that logs goes through these functions.
 ///
-/// A control character inside a value is written as an escape ("\n", "\x1b"): no label and no request can forge a
-/// log line.
+/// A control character inside a value is written as an escape ("\n", "\x1b"): no label and no request can
+/// forge a log line.
 namespace LogText {
 
 /// `text` in double quotes, control characters escaped, without the last blank.

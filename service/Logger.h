@@ -5,9 +5,10 @@
 
 namespace Vorna {
 
-/// Level of a message and threshold of the logger. Any integer is a valid threshold (`log=` on the command line
-/// stores what it is given), hence the fixed underlying type.
-enum Loglevel : int {
+/// Level of a message and threshold of the logger. Any integer is a valid threshold (`log=` on the command
+/// line stores what it is given), hence the fixed underlying type.
+enum Loglevel : int
+{
     Fatal = 1,
     Critical = 2,
     Warning = 5,
@@ -17,9 +18,9 @@ enum Loglevel : int {
 
 /// Appends lines to one log file and copies each to standard error.
 ///
-/// A line reads "<day.month.year hours:minutes:seconds.microseconds> source (level) message" and ends in CR LF.
-/// The file is opened and closed for every line. Before a line is added to a file that holds `maxSize` bytes or
-/// more, the file is renamed to its own name plus ".bak", replacing an earlier backup.
+/// A line reads "<day.month.year hours:minutes:seconds.microseconds> source (level) message" and ends in CR
+/// LF. The file is opened and closed for every line. Before a line is added to a file that holds `maxSize`
+/// bytes or more, the file is renamed to its own name plus ".bak", replacing an earlier backup.
 ///
 /// Never throws and never reports: a line that cannot be written to the file is on standard error only. Lines
 /// longer than 4095 bytes are cut. All operations may be called from any thread.
@@ -44,8 +45,8 @@ public:
     void setMaxSize(unsigned size);
     unsigned maxSize() const;
 
-    /// Writes one line, if `level` is at or below the threshold. `file` is shown without its directory; `format`
-    /// and what follows are those of printf.
+    /// Writes one line, if `level` is at or below the threshold. `file` is shown without its directory;
+    /// `format` and what follows are those of printf.
     void logString(Loglevel level, const std::string& file, const char* format, ...) const
         __attribute__((format(printf, 4, 5)));
 

@@ -40,7 +40,8 @@ SignalRelay::SignalRelay()
     }
 }
 
-// The handler stays installed and the pipe open: a signal that arrives while the process leaves must not kill it.
+// The handler stays installed and the pipe open: a signal that arrives while the process leaves must not kill
+// it.
 SignalRelay::~SignalRelay() = default;
 
 void SignalRelay::relay()

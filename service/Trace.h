@@ -2,8 +2,8 @@
 
 #include "service/Logger.h"
 
-/// The logger of the program that this code is linked into. Each program defines it beside its `main`, so that
-/// linking a class into a client or a test never creates the service's log directory.
+/// The logger of the program that this code is linked into. Each program defines it beside its `main`, so
+/// that linking a class into a client or a test never creates the service's log directory.
 extern Vorna::Logger* g_dbgR;
 
 /// First statement of every public operation of a class: records at level Trace that it was entered. The log
