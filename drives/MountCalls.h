@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+
+#include "drives/ShellCommand.h"
+
+/// The one door to the kernel and to external programs. Each operation makes exactly the call it is named for
+/// and hands back what the call returned; nothing here decides, logs or throws. Paths and texts are passed in
+/// the encoding of file names, so they are the very bytes of the directories that the framework creates.
+namespace MountCalls {
+
+/// What a call returned, and `errno` right after it.
+struct Outcome
+{
+    int value = 0;
+    int error = 0;
+
+    bool succeeded() const { return value == 0; }
+    /// The system's text for `error`.
+    QString errorText() const;
+};
+
+/// mount(2) with no flags: read-write, the kernel's defaults for everything else. `data` may be empty, never
+/// null.
+Outcome mountDevice(const QString& device, const QString& directory, const QString& type,
+                    const QString& data);
+/// mount(2) with MS_MOVE. The mount that `from` lies in must not be shared (the kernel answers EINVAL).
+Outcome moveMount(const QString& from, const QString& to);
+/// mount(2) with the given remount flags and data.
+Outcome remount(const QString& device, const QString& directory, unsigned long flags, const QString& data);
+/// umount(2).
+Outcome unmount(const QString& directory);
+/// umount2(2) with MNT_FORCE.
+Outcome forceUnmount(const QString& directory);
+/// system(3). The value is the raw wait status, or -1 when no shell could be run.
+Outcome run(const ShellCommand& command);
+
+} // namespace MountCalls
