@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// Finding the drives map on foreign disks and copying it to where the service reads it. Nothing here throws.
+namespace DrivesMap {
+
+/// Path of the first map below `mounts`, empty when there is none. Symbolic links are never followed: on a
+/// foreign disk they could lead anywhere.
+QString find(const QString& mounts);
+
+/// Bytes of the map at `path` without backslashes: Windows writes "C:\", the settings reader would take the
+/// backslash for an escape. Empty when the file cannot be read, is larger than 4 MiB or carries serialised
+/// objects in place of text; a map of the largest machine has a few KiB.
+QByteArray read(const QString& path);
+
+/// Replaces the file at `path` by one with `content`. What stands there, a symbolic link too, is replaced as
+/// a whole and never written through. A failure leaves it as it is.
+void replace(const QString& path, const QByteArray& content);
+
+} // namespace DrivesMap
