@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QDBusObjectPath>
+#include <QString>
+#include <QStringList>
+
+#include "QDBusUDisksDeviceProxy.h"
+
+/// Reads the properties of one UDisks device, each from the service at the time of the call.
+///
+/// A property that cannot be read, that has another type than the interface says or whose answer takes longer
+/// than `ReadTimeout` counts as empty, false or 0. Once a stop was asked for and UDisks has left a question
+/// unanswered, it is asked no more. Nothing throws. Belongs to the thread that makes it.
+class DeviceProperties
+{
+public:
+    static constexpr int ReadTimeout = 4000; ///< milliseconds; a stop must end the service within ten seconds
+
+    explicit DeviceProperties(const QDBusObjectPath& device);
+
+    /// The device's object path.
+    QString path() const { return _proxy.path(); }
+
+    QString text(const char* name) const { return read(name).toString(); }
+    QStringList list(const char* name) const { return read(name).toStringList(); }
+    bool flag(const char* name) const { return read(name).toBool(); }
+    qint64 number(const char* name) const { return read(name).toLongLong(); }
+    quint64 size(const char* name) const { return read(name).toULongLong(); }
+
+private:
+    QVariant read(const char* name) const;
+
+    QDBusUDisksDeviceProxy _proxy;
+};
