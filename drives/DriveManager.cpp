@@ -1,0 +1,390 @@
+#include "drives/DriveManager.h"
+
+#include <cerrno>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QThread>
+
+#include "drives/DeviceDump.h"
+#include "drives/DeviceProperties.h"
+#include "drives/DriveLetters.h"
+#include "drives/MountCalls.h"
+#include "drives/MountPolicy.h"
+#include "drives/NtfsMount.h"
+#include "drives/RemountOptions.h"
+#include "drives/UDisks.h"
+#include "service/LogText.h"
+#include "service/StopRequest.h"
+#include "service/Trace.h"
+
+using MountPolicy::MountDirectory;
+
+namespace {
+
+constexpr qint64 ScsiDiskMajor = 8;
+constexpr unsigned long PollInterval = 200; // microseconds
+
+/// The devices that UDisks knows. The first call may have to start UDisks, so it gets the bus's full time; a
+/// stop that is asked for meanwhile ends the wait.
+QList<QDBusObjectPath> enumerateDevices(QDBusUDisksProxy& udisks)
+{
+    QDBusPendingReply<QList<QDBusObjectPath>> reply = udisks.EnumerateDevices();
+    while (!reply.isFinished()) {
+        if (StopRequest::isMade()) {
+            return {};
+        }
+        QThread::usleep(PollInterval);
+    }
+    return reply.value();
+}
+
+bool isPartitionOfScsiDisk(const DeviceProperties& device)
+{
+    return device.number("DeviceMajor") == ScsiDiskMajor && device.flag("DeviceIsPartition");
+}
+
+bool isExternal(const DeviceProperties& device)
+{
+    const bool isSystemInternal = device.flag("DeviceIsSystemInternal");
+    return !isSystemInternal && MountPolicy::isExternal(isSystemInternal, device.text("IdUsage"));
+}
+
+QString labelOrUuid(const DeviceProperties& device)
+{
+    const QString label = device.text("IdLabel");
+    return label.isEmpty() ? device.text("IdUuid") : label;
+}
+
+/// The result is ignored: a directory that exists is used as it is, and where none can be made the mount says
+/// why.
+void create(const MountDirectory& directory)
+{
+    if (!directory.name.isEmpty()) {
+        QDir(directory.root).mkdir(directory.name);
+    }
+}
+
+/// Why nothing is mounted at `directory`, as an error number; 0 when nothing speaks against it. A symbolic
+/// link there can come from a medium without a name that lies over the root, and would lead out of it.
+int refusal(const MountDirectory& directory)
+{
+    if (!directory.isAllowed) {
+        return EINVAL;
+    }
+    return QFileInfo(directory.path()).isSymLink() ? ELOOP : 0;
+}
+
+void reportFailedMount(const MountCalls::Outcome& outcome)
+{
+    LogText::warning(QStringLiteral("ERROR mount: %1").arg(outcome.errorText()));
+}
+
+bool mountNtfs(const QString& deviceFile, const QString& directory)
+{
+    return NtfsMount::run(ShellCommand(QStringLiteral("ntfs-3g %1 %2"), deviceFile, directory)) ||
+           NtfsMount::runReadOnly(deviceFile, directory);
+}
+
+bool mountByKernel(const QString& deviceFile, const QString& directory, const QString& type)
+{
+    const QString data = MountPolicy::kernelMountData(type);
+    // Kept: no blank after "-t". The line tells a reader what happens; it is never run.
+    LogText::debug(QStringLiteral("mount -t%1 %2 %3 %4").arg(type, deviceFile, directory, data));
+    const MountCalls::Outcome outcome = MountCalls::mountDevice(deviceFile, directory, type, data);
+    if (!outcome.succeeded()) {
+        reportFailedMount(outcome);
+    }
+    return outcome.succeeded();
+}
+
+QString letterFromMap(const DeviceProperties& device, const WindowsDrives& drivesMap, QString& runningLetter)
+{
+    const QString uuid = device.text("IdUuid");
+    if (uuid.isEmpty()) {
+        return {};
+    }
+    const QString key = DriveLetters::matchKey(device.text("IdType"), uuid);
+    return key.isEmpty() ? QString() : DriveLetters::fromMap(drivesMap.partitions(), key, runningLetter);
+}
+
+QString letterByItself(const DeviceProperties& device, const MountDirectory& temporary, const QDir& finalRoot,
+                       QString& runningLetter)
+{
+    const bool isSystem = DriveLetters::isSystemLabel(device.text("IdLabel"));
+    if (isSystem && !QDir(temporary.path()).exists(QStringLiteral("Windows"))) {
+        return QStringLiteral("system-reserved");
+    }
+    return DriveLetters::nextFree(runningLetter,
+                                  [&](const QString& letter) { return finalRoot.exists(letter); });
+}
+
+/// Moves the mount at `from` to `to`; whether it now stands there. Kept: a failure is silent, and the
+/// partition stays where it is.
+bool move(const MountDirectory& from, const MountDirectory& to)
+{
+    if (from.name.isEmpty() || refusal(from) != 0 || refusal(to) != 0) {
+        return false;
+    }
+    create(to);
+    if (MountCalls::moveMount(from.path(), to.path()).succeeded()) {
+        return true;
+    }
+    QDir(to.root).rmdir(to.name);
+    return false;
+}
+
+void removeTemporaryDirectory(const QString& root, const QString& deviceFile)
+{
+    const MountDirectory temporary = MountPolicy::directoryForNode(root, deviceFile);
+    if (temporary.isAllowed && !temporary.name.isEmpty()) {
+        QDir(root).rmdir(temporary.name);
+    }
+}
+
+/// Kept: a failed unmount does not stop the remount; the driver then stacks its mount on the old one or
+/// fails.
+void unmountForRemount(const QString& path)
+{
+    const MountCalls::Outcome outcome = MountCalls::unmount(path);
+    if (!outcome.succeeded()) {
+        const QString form = QStringLiteral("ERROR umount: [%1] with error: %2");
+        LogText::warning(form.arg(path, outcome.errorText()));
+    }
+}
+
+void repair(const QString& deviceFile)
+{
+    const ShellCommand command(QStringLiteral("ntfsfix %1"), deviceFile);
+    LogText::debug(command.text());
+    MountCalls::run(command);
+}
+
+QString done(const QString& path, const QString& options)
+{
+    return QStringLiteral("DONE remount: [%1] with options: [%2]").arg(path, options);
+}
+
+QString remountNtfs(const DeviceProperties& device, const QString& path, const QString& options)
+{
+    unmountForRemount(path);
+    if (RemountOptions::wantsRepair(options)) {
+        repair(device.text("DeviceFile"));
+    }
+    // Kept: the words that choose the repair and the driver reach the driver as mount options too.
+    const QString form = RemountOptions::ntfsDriver(options) + QStringLiteral(" %1 %2 %3");
+    const QString argument = RemountOptions::optionArgument(options);
+    if (NtfsMount::run(ShellCommand(form, device.text("DeviceFile"), path, argument))) {
+        return done(path, options);
+    }
+    // Kept: the caller is not told whether the fallback worked; the log holds it.
+    NtfsMount::runReadOnly(device.text("DeviceFile"), path);
+    return {};
+}
+
+QString remountByKernel(const DeviceProperties& device, const QString& path, const QString& options)
+{
+    const auto how = RemountOptions::kernelRemount(RemountOptions::optionArgument(options));
+    const MountCalls::Outcome outcome =
+        MountCalls::remount(device.text("DeviceFile"), path, how.flags, how.data);
+    if (outcome.succeeded()) {
+        return done(path, options);
+    }
+    const QString form = QStringLiteral("ERROR remount: [%1] with error: %2");
+    const QString result = form.arg(path, outcome.errorText());
+    LogText::warning(result);
+    return result;
+}
+
+QString remountDevice(const DeviceProperties& device, const QString& path, const QString& options)
+{
+    const bool ntfs = MountPolicy::isNtfs(device.text("IdType"));
+    return ntfs ? remountNtfs(device, path, options) : remountByKernel(device, path, options);
+}
+
+QStringList directoriesBelow(const QDir& root)
+{
+    return root.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Unsorted);
+}
+
+/// Unmounts the media that lie over the root, and before them what was mounted in directories on them. Those
+/// directories belong to a medium and are not removed. Whether the root lies open.
+bool uncover(const QDir& root, int covers)
+{
+    for (; covers > 0; --covers) {
+        for (const QString& name : directoriesBelow(root)) {
+            MountCalls::unmount(root.filePath(name));
+        }
+        if (!MountCalls::unmount(root.path()).succeeded()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Kept: each directory is unmounted once, whoever mounted it, in the order in which the root lists them, and
+/// failures are silent. Of several mounts on one directory the lower ones stay.
+void takeDown(const QDir& root)
+{
+    for (const QString& name : directoriesBelow(root)) {
+        const QString path = root.filePath(name);
+        LogText::debug(path);
+        MountCalls::unmount(path);
+        root.rmdir(name);
+    }
+}
+
+} // namespace
+
+QDBusUDisksProxy DriveManager::_s_udisks(UDisks::service(), UDisks::path(), QDBusConnection::systemBus(),
+                                         nullptr);
+const QString DriveManager::_s_sRoot = QStringLiteral("/media/");
+const QString DriveManager::_s_sTemp = QStringLiteral("/mnt/");
+
+DriveManager* DriveManager::instance()
+{
+    VORNA_TRACE();
+    static DriveManager manager;
+    return &manager;
+}
+
+DriveManager::DriveManager()
+{
+    VORNA_TRACE();
+    QDir::root().mkdir(_s_sTemp);
+    QDir::root().mkdir(_s_sRoot);
+    for (const QDBusObjectPath& path : enumerateDevices(_s_udisks)) {
+        if (StopRequest::isMade()) {
+            break;
+        }
+        const DeviceProperties device(path);
+        DeviceDump::write(device);
+        if (isPartitionOfScsiDisk(device)) {
+            _lstPartitions.append(path);
+        }
+    }
+    connect(&_s_udisks, SIGNAL(DeviceAdded(QDBusObjectPath)), SLOT(_slot_addDevice(QDBusObjectPath)));
+    connect(&_s_udisks, SIGNAL(DeviceRemoved(QDBusObjectPath)), SLOT(_slot_removeDevice(QDBusObjectPath)));
+}
+
+DriveManager::~DriveManager()
+{
+    VORNA_TRACE();
+}
+
+void DriveManager::startUp()
+{
+    VORNA_TRACE();
+    WindowsDrives drivesMap;
+    const bool hasMap = drivesMap.drivesIniExist();
+    const QDir finalRoot(_s_sRoot);
+    QString runningLetter = QStringLiteral("C:");
+    for (const QDBusObjectPath& path : qAsConst(_lstPartitions)) {
+        if (StopRequest::isMade()) {
+            return;
+        }
+        _slot_addDevice(path);
+        const DeviceProperties device(path);
+        if (device.list("DeviceMountPaths").isEmpty()) {
+            continue;
+        }
+        QString letter = hasMap ? letterFromMap(device, drivesMap, runningLetter) : QString();
+        const MountDirectory temporary = MountPolicy::directoryForNode(_s_sTemp, device.text("DeviceFile"));
+        if (letter.isEmpty()) {
+            letter = letterByItself(device, temporary, finalRoot, runningLetter);
+        }
+        const MountDirectory target = MountPolicy::directoryForLabel(_s_sRoot, letter);
+        if (!move(temporary, target)) {
+            continue;
+        }
+        // Kept: "%2" without a "%1"; the framework fills it all the same.
+        LogText::debug(QStringLiteral("--move  ->  %2").arg(letter));
+        removeTemporaryDirectory(_s_sTemp, device.text("DeviceFile"));
+        if (MountPolicy::isNtfs(device.text("IdType"))) {
+            remountPath(target.path(), QString());
+        }
+    }
+}
+
+QString DriveManager::remountPath(const QString& path, const QString& options)
+{
+    VORNA_TRACE();
+    for (const QDBusObjectPath& partition : qAsConst(_lstPartitions)) {
+        const DeviceProperties device(partition);
+        if (device.list("DeviceMountPaths").contains(path)) {
+            return remountDevice(device, path, options);
+        }
+        if (StopRequest::isMade()) {
+            break;
+        }
+    }
+    const QString result = QStringLiteral("WARNING re-mount path not found: [%1]").arg(path);
+    LogText::warning(result);
+    return result;
+}
+
+void DriveManager::shutdown()
+{
+    VORNA_TRACE();
+    if (uncover(QDir(_s_sRoot), _nCovers)) {
+        takeDown(QDir(_s_sRoot));
+    }
+    takeDown(QDir(_s_sTemp));
+}
+
+void DriveManager::_slot_addDevice(const QDBusObjectPath& path)
+{
+    VORNA_TRACE();
+    LogText::debug(QStringLiteral("Device to add: %1").arg(path.path()));
+    const DeviceProperties device(path);
+    const QString type = device.text("IdType");
+    if (!MountPolicy::isMountable(type)) {
+        return;
+    }
+    const bool external = isExternal(device);
+    const QString deviceFile = device.text("DeviceFile");
+    const MountDirectory directory = external ? MountPolicy::directoryForLabel(_s_sRoot, labelOrUuid(device))
+                                              : MountPolicy::directoryForNode(_s_sTemp, deviceFile);
+    if (StopRequest::isMade()) {
+        return;
+    }
+    if (const int error = refusal(directory)) {
+        reportFailedMount({-1, error});
+        return;
+    }
+    create(directory);
+    // Kept: an NTFS file system is never entered in the table, so that pulling it leaves it mounted until the
+    // end.
+    const bool ntfs = MountPolicy::isNtfs(type);
+    const bool mounted =
+        ntfs ? mountNtfs(deviceFile, directory.path()) : mountByKernel(deviceFile, directory.path(), type);
+    if (mounted && external) {
+        _nCovers += directory.name.isEmpty() ? 1 : 0;
+        if (!ntfs) {
+            _mapMounted.insert(device.path(), directory.path());
+        }
+    }
+}
+
+void DriveManager::_slot_removeDevice(const QDBusObjectPath& path)
+{
+    VORNA_TRACE();
+    LogText::debug(QStringLiteral("Device removed: %1").arg(path.path()));
+    const auto entry = _mapMounted.find(path.path());
+    if (entry == _mapMounted.end() || !QFileInfo(entry.value()).isDir()) {
+        return;
+    }
+    const QString directory = entry.value();
+    LogText::debug(QStringLiteral("Trying to umount2: %1").arg(directory));
+    const MountCalls::Outcome outcome = MountCalls::forceUnmount(directory);
+    if (!outcome.succeeded()) {
+        LogText::warning(QStringLiteral("ERROR umount2: %1").arg(outcome.errorText()));
+        return;
+    }
+    if (directory == QDir(_s_sRoot).path()) {
+        --_nCovers;
+    } else {
+        QDir::root().rmdir(directory);
+    }
+    _mapMounted.erase(entry);
+}
