@@ -36,10 +36,9 @@ std::string raw()
     return content.str();
 }
 
-std::vector<Line> lines()
+std::vector<Line> parse(const std::string& content)
 {
     static const std::regex form("<[^>]*> (.{25,}?) \\((-?[0-9]+)\\) (\t?)([^\r\n]*)\r?\n");
-    const std::string content = raw();
     std::vector<Line> result;
     for (std::sregex_iterator at(content.begin(), content.end(), form), end; at != end; ++at) {
         std::string source = (*at)[1];
@@ -47,6 +46,11 @@ std::vector<Line> lines()
         result.push_back({std::stoi((*at)[2]), source, (*at)[4]});
     }
     return result;
+}
+
+std::vector<Line> lines()
+{
+    return parse(raw());
 }
 
 std::vector<std::string> messages(int level)

@@ -17,7 +17,9 @@ struct Line
 /// Starts afresh: empties the log and sets the threshold (10: everything).
 void begin(int level = 10);
 
-/// All lines since `begin`, parsed; `message` is without its CR LF and without the tab of framework messages.
+/// The lines of a log file; `message` is without its CR LF and without the tab of framework messages.
+std::vector<Line> parse(const std::string& content);
+/// All lines since `begin`.
 std::vector<Line> lines();
 /// The messages of one level since `begin`.
 std::vector<std::string> messages(int level);
