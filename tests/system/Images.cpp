@@ -1,0 +1,127 @@
+#include "tests/system/Images.h"
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include <sys/mount.h>
+
+#include "tests/support/Process.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/WaitFor.h"
+#include "tests/system/KernelMounts.h"
+
+namespace fs = std::filesystem;
+
+namespace Images {
+namespace {
+
+constexpr std::uintmax_t ImageSize = 6 * 1024 * 1024;
+
+const Process::Environment Utf8Locale = {{"LC_ALL", "C.UTF-8"}};
+
+void run(const std::vector<std::string>& command)
+{
+    const ProcessResult result = runProgram(command, Utf8Locale);
+    if (result.status != 0) {
+        throw std::runtime_error(command.front() + ": " + result.output);
+    }
+}
+
+void fill(const fs::path& root, const Entries& entries)
+{
+    for (const std::string& entry : entries) {
+        if (entry.back() == '/') {
+            fs::create_directory(root / entry.substr(0, entry.size() - 1));
+        } else {
+            std::ofstream(root / entry) << entry;
+        }
+    }
+}
+
+/// Mounts an NTFS image by its driver for as long as the object lives. The driver stays in the foreground, so
+/// that its end says that everything has been written.
+class OpenNtfs
+{
+public:
+    explicit OpenNtfs(const std::string& image)
+        : _driver({"ntfs-3g", "-o", "no_detach", image, _directory.path()}, _directory.path() + ".output")
+    {
+        const auto isMounted = [this] { return KernelMounts::at(_directory.path()).has_value(); };
+        if (!waitFor([&] { return isMounted() || !_driver.isRunning(); }) || !isMounted()) {
+            throw std::runtime_error("ntfs-3g: " + _driver.output());
+        }
+    }
+    ~OpenNtfs()
+    {
+        umount(_directory.path().c_str());
+        _driver.waitForEnd();
+    }
+    OpenNtfs(const OpenNtfs&) = delete;
+    OpenNtfs& operator=(const OpenNtfs&) = delete;
+
+    const std::string& path() const { return _directory.path(); }
+
+private:
+    TemporaryDirectory _directory;
+    Process _driver;
+};
+
+} // namespace
+
+std::string blank(const std::string& name)
+{
+    fs::create_directories("/tmp/images");
+    const std::string image = "/tmp/images/" + name;
+    std::ofstream{image};
+    fs::resize_file(image, ImageSize);
+    return image;
+}
+
+std::string ntfs(const std::string& name, const std::string& label, const Entries& entries,
+                 const std::string& serial)
+{
+    const std::string image = blank(name);
+    run({"mkfs.ntfs", "-F", "-Q", "-q", "-L", label, image});
+    if (!serial.empty()) {
+        run({"ntfslabel", "--new-serial=" + serial, image});
+    }
+    if (!entries.empty()) {
+        const OpenNtfs mounted(image);
+        fill(mounted.path(), entries);
+    }
+    return image;
+}
+
+std::string ext4(const std::string& name, const std::string& label, const Entries& entries,
+                 const std::string& uuid)
+{
+    const std::string image = blank(name);
+    const TemporaryDirectory content;
+    fill(content.path(), entries);
+    run({"mkfs.ext4", "-F", "-q", "-L", label, "-U", uuid.empty() ? "random" : uuid, "-d", content.path(),
+         image});
+    return image;
+}
+
+std::string swap(const std::string& name, const std::string& label)
+{
+    const std::string image = blank(name);
+    run({"mkswap", "-L", label, image});
+    return image;
+}
+
+void hibernate(const std::string& image)
+{
+    constexpr std::size_t HeaderSize = 4096;
+    const OpenNtfs mounted(image);
+    std::ofstream(fs::path(mounted.path()) / "hiberfil.sys", std::ios::binary)
+        << "hibr" << std::string(HeaderSize, '\1');
+}
+
+std::string checksum(const std::string& image)
+{
+    return runProgram({"sha256sum", image}).output;
+}
+
+} // namespace Images

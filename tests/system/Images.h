@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// Disk images with real file systems, made below /tmp/images. Every function throws std::runtime_error with
+/// the tool's own words when an image cannot be made.
+namespace Images {
+
+/// What a file system holds: "Windows/" is a directory, "Windows/notes.txt" a file that contains its own
+/// path. Parents come before what is in them.
+using Entries = std::vector<std::string>;
+
+/// `serial` is the volume's serial number in 16 hexadecimal digits, a random one by default.
+std::string ntfs(const std::string& name, const std::string& label, const Entries& entries = {},
+                 const std::string& serial = {});
+/// An empty `uuid` stands for a random one.
+std::string ext4(const std::string& name, const std::string& label, const Entries& entries = {},
+                 const std::string& uuid = {});
+std::string swap(const std::string& name, const std::string& label);
+/// An image without any file system.
+std::string blank(const std::string& name);
+
+/// Marks an NTFS image as left behind by a Windows that sleeps.
+void hibernate(const std::string& image);
+
+/// A number that tells two contents of an image apart.
+std::string checksum(const std::string& image);
+
+} // namespace Images

@@ -1,0 +1,130 @@
+#include "tests/system/Service.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tests/support/WaitFor.h"
+#include "tests/system/Files.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<std::string> commandLine(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> result = {Service::program()};
+    result.insert(result.end(), arguments.begin(), arguments.end());
+    return result;
+}
+
+std::string outputFileAfterPidFile()
+{
+    std::ofstream(Paths::PidFile, std::ios::app).flush();
+    return "/tmp/service.output";
+}
+
+bool hasDescriptor(pid_t process, const std::string& target)
+{
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", ignored)) {
+        if (fs::read_symlink(entry.path(), ignored) == target) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The inode numbers of the sockets that listen on `path`. The table is the whole machine's: another
+/// sandbox's service stands in it too.
+std::vector<std::string> listeners(const std::string& path)
+{
+    constexpr unsigned long Listening = 0x10000;
+    std::ifstream table("/proc/net/unix");
+    std::vector<std::string> result;
+    std::string line;
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::string address, references, protocol, flags, type, state, inode, boundTo;
+        fields >> address >> references >> protocol >> flags >> type >> state >> inode >> boundTo;
+        if (boundTo == path && (std::strtoul(flags.c_str(), nullptr, 16) & Listening) != 0) {
+            result.push_back(inode);
+        }
+    }
+    return result;
+}
+
+std::string withoutLastBlank(const std::string& message)
+{
+    return !message.empty() && message.back() == ' ' ? message.substr(0, message.size() - 1) : message;
+}
+
+} // namespace
+
+Service::Service(const std::vector<std::string>& arguments, const Process::Environment& environment)
+    : _process(commandLine(arguments), outputFileAfterPidFile(), environment)
+{
+}
+
+bool Service::isReady(std::chrono::milliseconds bound)
+{
+    return waitFor([this] { return isListening(id()) || !isRunning(); }, bound) && isRunning();
+}
+
+std::optional<int> Service::stop(int signalNumber, std::chrono::milliseconds bound)
+{
+    send(signalNumber);
+    return waitForEnd(bound);
+}
+
+std::string Service::program()
+{
+    return VRMOUNTDRIVES;
+}
+
+bool Service::isListening(pid_t process)
+{
+    const std::vector<std::string> inodes = listeners(Paths::CommandSocket);
+    return std::any_of(inodes.begin(), inodes.end(), [process](const std::string& inode) {
+        return hasDescriptor(process, "socket:[" + inode + "]");
+    });
+}
+
+namespace ServiceLog {
+
+std::string raw()
+{
+    return Files::content(Paths::Log);
+}
+
+std::vector<LogWatch::Line> lines()
+{
+    return LogWatch::parse(raw());
+}
+
+std::vector<std::string> messages(int level)
+{
+    std::vector<std::string> result;
+    for (const LogWatch::Line& line : lines()) {
+        if (line.level == level) {
+            result.push_back(withoutLastBlank(line.message));
+        }
+    }
+    return result;
+}
+
+bool shows(const std::string& message)
+{
+    return waitFor([&] { return count(message) > 0; });
+}
+
+long count(const std::string& message)
+{
+    const std::vector<LogWatch::Line> all = lines();
+    return std::count_if(all.begin(), all.end(), [&](const LogWatch::Line& line) {
+        return withoutLastBlank(line.message) == message;
+    });
+}
+
+} // namespace ServiceLog

@@ -1,0 +1,78 @@
+#include "tests/system/SystemTest.h"
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+
+#include <QStandardPaths>
+
+#include "tests/system/KernelMounts.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool canOpen(const char* path)
+{
+    return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).is_open();
+}
+
+/// What the system tests need and this machine lacks, or an empty text.
+std::string missingPrerequisite()
+{
+    const auto root = KernelMounts::at("/");
+    if (!root || root->source != "sandbox") {
+        return "this runs only in tests/support/sandbox";
+    }
+    if (!canOpen("/dev/loop-control")) {
+        return "no loop devices here (/dev/loop-control)";
+    }
+    if (!canOpen("/dev/fuse")) {
+        return "no FUSE here (/dev/fuse)";
+    }
+    for (const char* tool : {"dbus-daemon", "ntfs-3g", "mkfs.ntfs", "mkfs.ext4"}) {
+        if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty()) {
+            return std::string(tool) + " is not installed";
+        }
+    }
+    return {};
+}
+
+bool isWrittenAtEveryStart(const std::string& message)
+{
+    const std::array<std::string, 3> beginnings = {
+        "\"Application argument: ", "\"Set default log level: ", "Drives file NOT found!"};
+    return std::any_of(beginnings.begin(), beginnings.end(), [&](const std::string& beginning) {
+        return message.compare(0, beginning.size(), beginning) == 0;
+    });
+}
+
+std::vector<std::string> unusualWarnings()
+{
+    std::vector<std::string> result;
+    for (int level = Vorna::Fatal; level <= Vorna::Warning; ++level) {
+        for (const std::string& message : ServiceLog::messages(level)) {
+            if (!isWrittenAtEveryStart(message)) {
+                result.push_back(message);
+            }
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+void SystemTest::SetUp()
+{
+    if (const std::string reason = missingPrerequisite(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    _bus = std::make_unique<PrivateBus>();
+}
+
+void SystemTest::TearDown()
+{
+    if (!IsSkipped()) {
+        EXPECT_THAT(unusualWarnings(), testing::UnorderedElementsAreArray(_announced));
+    }
+}

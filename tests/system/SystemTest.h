@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "service/Logger.h"
+#include "tests/support/PrivateBus.h"
+#include "tests/system/Service.h"
+
+/// A test of the shipped program on a message bus of its own. It runs in tests/support/sandbox only, and is
+/// skipped with the reason where something is missing that the system tests need.
+///
+/// The service's log is output under test: what it holds at warning level or above has to be announced,
+/// except for the lines that every start writes.
+class SystemTest : public testing::Test
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Announces a message that the service is to write once at warning level or above.
+    void expectWarning(const std::string& message) { _announced.push_back(message); }
+    /// The same for a string value, which the log shows between double quotes.
+    void expectQuotedWarning(const std::string& text) { expectWarning('"' + text + '"'); }
+
+    /// From here on there is no system bus.
+    void removeBus() { _bus.reset(); }
+
+private:
+    std::unique_ptr<PrivateBus> _bus;
+    std::vector<std::string> _announced;
+};
