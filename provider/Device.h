@@ -1,0 +1,21 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <QSet>
+#include <QString>
+#include <QVariantMap>
+
+/// One block device as the UDisks 1 interface shows it.
+struct Device
+{
+    QString objectPath;
+    /// The number that the kernel knows it by; 0 if there is no block device behind.
+    dev_t number = 0;
+    /// What is known of it, in the exact D-Bus types. Any other property has the empty value of its type,
+    /// except DeviceMountPaths and DeviceIsMounted: unless they are given here, they are the kernel's at
+    /// every read.
+    QVariantMap properties;
+    /// Properties that do not exist for those who ask.
+    QSet<QString> missing;
+};

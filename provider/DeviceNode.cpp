@@ -1,0 +1,59 @@
+#include "provider/DeviceNode.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const std::string ROOT = "/dev/";
+
+std::string refusal(const std::string& path, int error)
+{
+    return error == EEXIST ? path + " exists already and is not replaced"
+                           : "cannot make " + path + ": " + std::strerror(error);
+}
+
+} // namespace
+
+DeviceNode::DeviceNode(const std::string& name, dev_t number)
+    : _path(ROOT + name)
+    , _number(number)
+{
+    makeDirectories();
+    if (mknod(_path.c_str(), S_IFBLK | 0660, number) != 0) {
+        const int error = errno;
+        removeDirectories();
+        throw std::runtime_error(refusal(_path, error));
+    }
+}
+
+DeviceNode::~DeviceNode()
+{
+    struct stat found = {};
+    if (lstat(_path.c_str(), &found) == 0 && S_ISBLK(found.st_mode) && found.st_rdev == _number) {
+        unlink(_path.c_str());
+    }
+    removeDirectories();
+}
+
+void DeviceNode::makeDirectories()
+{
+    for (size_t end = _path.find('/', ROOT.size()); end != std::string::npos;
+         end = _path.find('/', end + 1)) {
+        const std::string directory = _path.substr(0, end);
+        if (mkdir(directory.c_str(), 0755) == 0) {
+            _madeDirectories.push_back(directory);
+        }
+    }
+}
+
+void DeviceNode::removeDirectories()
+{
+    for (auto directory = _madeDirectories.rbegin(); directory != _madeDirectories.rend(); ++directory) {
+        rmdir(directory->c_str());
+    }
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <vector>
+
+#include <QObject>
+#include <QString>
+
+#include "provider/Device.h"
+
+/// Where the devices come from that the provider shows.
+///
+/// The signals are handled before the call that emits them returns, so a device can be read while its arrival
+/// or its end is being told.
+class DeviceSource : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Begins to look for devices; `ready` follows when the first look is over, at once or much later. Throws
+    /// std::runtime_error, with one line for people, if that can never be.
+    virtual void start() = 0;
+
+    /// The devices there are now, in the order of enumeration. The pointers hold until the event loop runs
+    /// again.
+    virtual std::vector<const Device*> devices() const = 0;
+    /// The device with this object path, or null.
+    const Device* find(const QString& objectPath) const;
+
+Q_SIGNALS:
+    /// Emitted once. What is there by then is never told as added.
+    void ready();
+    /// The device is complete and can be read.
+    void added(const QString& objectPath);
+    void changed(const QString& objectPath);
+    /// The device is going; it can still be read.
+    void removed(const QString& objectPath);
+};

@@ -1,0 +1,80 @@
+#include "provider/DeviceView.h"
+
+#include <sys/sysmacros.h>
+
+#include "provider/InterfaceDescription.h"
+#include "provider/MountTable.h"
+#include "provider/PropertyValue.h"
+
+namespace DeviceView {
+namespace {
+
+const QString DEVICE_FILE = QStringLiteral("DeviceFile");
+
+QStringList mountPaths(const Device& device)
+{
+    return device.number != 0
+               ? MountTable::mountPaths(device.number, device.properties.value(DEVICE_FILE).toString())
+               : QStringList();
+}
+
+QVariant value(const Device& device, const QString& name, const QString& type)
+{
+    const auto known = device.properties.constFind(name);
+    if (known != device.properties.constEnd()) {
+        return *known;
+    }
+    if (name == QLatin1String("DeviceMountPaths")) {
+        return mountPaths(device);
+    }
+    if (name == QLatin1String("DeviceIsMounted")) {
+        return !mountPaths(device).isEmpty();
+    }
+    return PropertyValue::empty(type);
+}
+
+} // namespace
+
+std::optional<QVariant> property(const Device& device, const QString& name)
+{
+    const QMap<QString, QString>& all = InterfaceDescription::device().properties();
+    const auto description = all.constFind(name);
+    if (description == all.constEnd() || device.missing.contains(name)) {
+        return std::nullopt;
+    }
+    return value(device, name, *description);
+}
+
+QVariantMap allProperties(const Device& device)
+{
+    QVariantMap result;
+    for (const QString& name : InterfaceDescription::device().properties().keys()) {
+        if (const std::optional<QVariant> shown = property(device, name)) {
+            result.insert(name, *shown);
+        }
+    }
+    return result;
+}
+
+bool goesBy(const Device& device, const QString& file)
+{
+    return files(device).contains(file);
+}
+
+QStringList files(const Device& device)
+{
+    return QStringList(device.properties.value(DEVICE_FILE).toString()) +
+           device.properties.value(QStringLiteral("DeviceFileById")).toStringList() +
+           device.properties.value(QStringLiteral("DeviceFileByPath")).toStringList();
+}
+
+bool hasNumber(const Device& device, qlonglong majorNumber, qlonglong minorNumber)
+{
+    if (device.number != 0) {
+        return major(device.number) == majorNumber && minor(device.number) == minorNumber;
+    }
+    return device.properties.value(QStringLiteral("DeviceMajor")).toLongLong() == majorNumber &&
+           device.properties.value(QStringLiteral("DeviceMinor")).toLongLong() == minorNumber;
+}
+
+} // namespace DeviceView

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include <QString>
+#include <QtGlobal>
+
+/// What is on a block device or in a disk image, as libblkid recognises it. Empty texts: nothing was
+/// recognised.
+struct Identification
+{
+    QString usage;     ///< "filesystem", "crypto", "raid", "other"
+    QString type;      ///< "ntfs", "ext4", ...
+    QString version;   ///< of the type
+    QString label;     ///< raw
+    QString uuid;      ///< in the type's own spelling: 16 upper-case hexadecimal digits for ntfs
+    QString tableType; ///< of the partition table, if there is one: "dos", "gpt", ...
+    quint64 size = 0;  ///< bytes, whole sectors
+};
+
+/// Reads from `image`, a file or a block device. Throws std::runtime_error with the reason when it cannot be
+/// read.
+Identification identify(const std::string& image);

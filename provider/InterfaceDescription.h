@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QHash>
+#include <QMap>
+#include <QString>
+
+/// A D-Bus interface as its introspection file describes it.
+class InterfaceDescription
+{
+public:
+    /// Reads `resource`, a file that is built in; its name without ".xml" is the interface's.
+    explicit InterfaceDescription(const QString& resource);
+
+    /// "org.freedesktop.UDisks" and "org.freedesktop.UDisks.Device".
+    static const InterfaceDescription& daemon();
+    static const InterfaceDescription& device();
+
+    const QString& name() const { return _name; }
+    /// The <interface> element.
+    const QString& xml() const { return _xml; }
+    /// Signature of each property by its name.
+    const QMap<QString, QString>& properties() const { return _properties; }
+    /// Signature of each method's arguments by its name.
+    const QHash<QString, QString>& methods() const { return _methods; }
+
+private:
+    QString _name;
+    QString _xml;
+    QMap<QString, QString> _properties;
+    QHash<QString, QString> _methods;
+};

@@ -1,0 +1,60 @@
+#include "provider/MachineClient.h"
+
+#include <QDBusMessage>
+
+#include "provider/MachineControl.h"
+#include "provider/ObjectPath.h"
+
+namespace MachineClient {
+namespace {
+
+constexpr int REFUSED = 1;
+constexpr int NO_PROVIDER = 3;
+
+QDBusMessage callFor(const CommandLine& line)
+{
+    const auto call = [](const char* method) {
+        return QDBusMessage::createMethodCall(ObjectPath::SERVICE, MachineControl::PATH,
+                                              QStringLiteral("org.vorna.vrudisks.Machine"),
+                                              QString::fromLatin1(method));
+    };
+    switch (line.action) {
+    case CommandLine::Action::Plug:
+        return call("Plug") << line.section;
+    case CommandLine::Action::Unplug:
+        return call("Unplug") << line.section;
+    default:
+        return call("Set") << line.section << line.key << line.value;
+    }
+}
+
+Outcome failure(const QDBusError& error)
+{
+    switch (error.type()) {
+    case QDBusError::ServiceUnknown:
+    case QDBusError::NoReply:
+    case QDBusError::Disconnected:
+        return {NO_PROVIDER, "no provider answers on the system bus"};
+    case QDBusError::UnknownObject:
+    case QDBusError::UnknownMethod:
+    case QDBusError::UnknownInterface:
+        return {REFUSED, "the provider that runs serves no made-up machine"};
+    default:
+        return {REFUSED, error.message().toStdString()};
+    }
+}
+
+} // namespace
+
+Outcome carryOut(const CommandLine& line, const QDBusConnection& bus)
+{
+    if (!bus.isConnected()) {
+        return {NO_PROVIDER, "no provider answers: there is no system bus"};
+    }
+    QDBusMessage call = callFor(line);
+    call.setAutoStartService(false);
+    const QDBusMessage reply = bus.call(call);
+    return reply.type() == QDBusMessage::ErrorMessage ? failure(QDBusError(reply)) : Outcome();
+}
+
+} // namespace MachineClient

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include <QDBusConnection>
+
+#include "provider/CommandLine.h"
+
+/// The command form of org.vorna.vrudisks.Machine.
+namespace MachineClient {
+
+struct Outcome
+{
+    int status = 0;      ///< 0 done, 1 refused, 3 no provider answers
+    std::string message; ///< one line for people unless done
+};
+
+/// Has the machine that is served on `bus` plug, pull or change the device that `line` names.
+Outcome carryOut(const CommandLine& line, const QDBusConnection& bus);
+
+} // namespace MachineClient

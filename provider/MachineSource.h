@@ -1,0 +1,52 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "provider/DeviceSource.h"
+#include "provider/Identification.h"
+#include "provider/LoopDevice.h"
+#include "provider/MachineFile.h"
+
+/// The devices of a made-up machine, in the order of its file. A device with an image is attached to a loop
+/// device while it is plugged in.
+///
+/// Operations that are refused throw std::runtime_error with one line for people.
+class MachineSource : public DeviceSource
+{
+    Q_OBJECT
+
+public:
+    /// Reads `file`. Throws MachineFileError.
+    explicit MachineSource(const std::string& file);
+
+    /// Plugs in what is there from the start. Throws MachineFileError too, when an image cannot be read.
+    void start() override;
+    std::vector<const Device*> devices() const override;
+
+    /// Reads the image and makes the node. Refused for an unknown section, one that is plugged in, one whose
+    /// node another device has, and if the image cannot be attached.
+    void plug(const QString& section);
+    /// Takes the node away. What is mounted stays mounted, as with a stick that is pulled out.
+    void unplug(const QString& section);
+    /// Gives a property of a device another value, plugged in or not; `key` and `value` as in the file.
+    void set(const QString& section, const QString& key, const QString& value);
+
+private:
+    struct Bay
+    {
+        MachineSection section;
+        std::unique_ptr<LoopDevice> loop;
+        Identification content;
+        std::optional<Device> device; ///< nothing: not plugged in
+    };
+
+    Bay& bayOf(const QString& section);
+    void insert(Bay& bay);
+    void refuseNodeInUse(const MachineSection& section) const;
+    void readImage(Bay& bay) const;
+
+    std::string _file;
+    std::vector<Bay> _bays;
+};

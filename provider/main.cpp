@@ -1,0 +1,109 @@
+#include <iostream>
+#include <memory>
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusError>
+
+#include "provider/CommandLine.h"
+#include "provider/MachineClient.h"
+#include "provider/MachineControl.h"
+#include "provider/MachineSource.h"
+#include "provider/UDisksService.h"
+#include "service/SignalRelay.h"
+
+namespace {
+
+constexpr int FAILED = 1;
+constexpr int MISUSED = 2;
+
+void say(const std::string& text)
+{
+    std::cerr << "vrudisks: " << text << std::endl;
+}
+
+void fail(const std::string& text)
+{
+    say(text);
+    QCoreApplication::exit(FAILED);
+}
+
+int serve(DeviceSource& source, const QDBusConnection& bus)
+{
+    UDisksService service(source, bus);
+    const auto takeName = [&] {
+        if (service.takeName()) {
+            say("ready with " + std::to_string(source.devices().size()) + " devices");
+        } else {
+            fail("the bus name is not to be had: another provider runs, or the bus does not permit it");
+        }
+    };
+    // Queued: an exit that is asked for before the event loop runs would be lost.
+    QObject::connect(&source, &DeviceSource::ready, &service, takeName, Qt::QueuedConnection);
+    QObject::connect(&service, &UDisksService::busLost, &service, [] { fail("the system bus is gone"); });
+    source.start();
+    return QCoreApplication::exec();
+}
+
+int serveMachine(const std::string& file, const QDBusConnection& bus)
+{
+    MachineSource machine(file);
+    const MachineControl control(machine, bus);
+    return serve(machine, bus);
+}
+
+int serve(const CommandLine& line)
+{
+    const SignalRelay relay;
+    QObject::connect(&relay, &SignalRelay::caught, [] { QCoreApplication::exit(0); });
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected()) {
+        throw std::runtime_error("no system bus: " + bus.lastError().message().toStdString());
+    }
+    return serveMachine(line.machineFile, bus);
+}
+
+int command(const CommandLine& line)
+{
+    const MachineClient::Outcome outcome = MachineClient::carryOut(line, QDBusConnection::systemBus());
+    if (outcome.status != 0) {
+        say(outcome.message);
+    }
+    return outcome.status;
+}
+
+int run(const CommandLine& line)
+{
+    switch (line.action) {
+    case CommandLine::Action::ShowHelp:
+        std::cout << CommandLine::HELP;
+        return 0;
+    case CommandLine::Action::ShowVersion:
+        std::cout << "vrudisks " VRUDISKS_VERSION << std::endl;
+        return 0;
+    case CommandLine::Action::Serve:
+    case CommandLine::Action::ServeMachine:
+        return serve(line);
+    default:
+        return command(line);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    try {
+        return run(CommandLine::parse(QCoreApplication::arguments().mid(1)));
+    } catch (const UsageError& error) {
+        say(error.what());
+        return MISUSED;
+    } catch (const MachineFileError& error) {
+        say(error.what());
+        return MISUSED;
+    } catch (const std::runtime_error& error) {
+        say(error.what());
+        return FAILED;
+    }
+}
