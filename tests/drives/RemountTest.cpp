@@ -1,0 +1,168 @@
+#include <cerrno>
+
+#include <gmock/gmock.h>
+
+#include "drives/DriveManager.h"
+#include "tests/drives/ProvidedDevices.h"
+#include "tests/support/KernelDoor.h"
+#include "tests/support/LogWatch.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+const char* const Machine = "[sda1]\nInternal = true\nPartition = true\nDeviceMajor = 8\nIdType = vfat\n"
+                            "DeviceMountPaths = /media/D:,/mnt/both\n"
+                            "[sda2]\nInternal = true\nPartition = true\nDeviceMajor = 8\nIdType = ntfs\n"
+                            "DeviceMountPaths = /media/C:,/mnt/both\n"
+                            "[sdb1]\nDeviceMajor = 8\nPartition = true\nPlugged = false\nIdType = "
+                            "vfat\nDeviceMountPaths = /media/DATA\n";
+
+std::string done(const std::string& path, const std::string& options)
+{
+    return "DONE remount: [" + path + "] with options: [" + options + "]";
+}
+
+struct RemountRow
+{
+    const char* story;
+    const char* path;
+    const char* options;
+    std::vector<std::string> calls;
+};
+
+class Remount : public testing::TestWithParam<RemountRow>
+{
+};
+
+TEST_P(Remount, MakesExactlyTheseCallsAndReportsThemDone)
+{
+    KernelDoor::reset();
+    const ProvidedDevices devices(Machine);
+    DriveManager* manager = DriveManager::instance();
+    const QString result =
+        manager->remountPath(QString::fromLatin1(GetParam().path), QString::fromLatin1(GetParam().options));
+    EXPECT_EQ(result.toStdString(), done(GetParam().path, GetParam().options));
+    EXPECT_EQ(KernelDoor::calls(), GetParam().calls);
+    EXPECT_THAT(LogWatch::raw(), testing::Not(testing::HasSubstr("DONE")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    DriveManager, Remount,
+    testing::Values(
+        RemountRow{"NtfsWithoutOptions",
+                   "/media/C:",
+                   "",
+                   {"umount(/media/C:)", "system(ntfs-3g /dev/sda2 /media/C: )"}},
+        RemountRow{"NtfsReadOnly",
+                   "/media/C:",
+                   "ro",
+                   {"umount(/media/C:)", "system(ntfs-3g /dev/sda2 /media/C: -oro)"}},
+        RemountRow{"NtfsRepaired",
+                   "/media/C:",
+                   "remove_hiberfile",
+                   {"umount(/media/C:)", "system(ntfsfix /dev/sda2)",
+                    "system(ntfs-3g /dev/sda2 /media/C: -oremove_hiberfile)"}},
+        RemountRow{"NtfsIgnoringCaseAndRepaired",
+                   "/media/C:",
+                   "ignore_case,remove_hiberfile",
+                   {"umount(/media/C:)", "system(ntfsfix /dev/sda2)",
+                    "system(lowntfs-3g /dev/sda2 /media/C: -oignore_case,remove_hiberfile)"}},
+        RemountRow{"NtfsWithHostileOptions",
+                   "/media/C:",
+                   "ro;reboot",
+                   {"umount(/media/C:)", "system(ntfs-3g /dev/sda2 /media/C: '-oro;reboot')"}},
+        RemountRow{
+            "KernelReadWrite", "/media/D:", "rw", {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0020, -orw)"}},
+        RemountRow{
+            "KernelReadOnly", "/media/D:", "ro", {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0021, -oauto)"}},
+        RemountRow{"KernelWordWithTheLetters",
+                   "/media/D:",
+                   "errors=remount-ro",
+                   {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0021, -oerautors=remount-auto)"}},
+        RemountRow{
+            "KernelWithoutOptions", "/media/D:", "", {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0020, )"}},
+        RemountRow{
+            "TheFirstOfTwoDevices", "/mnt/both", "", {"mount(/dev/sda1, /mnt/both, NULL, 0xc0ed0020, )"}}),
+    [](const auto& row) { return row.param.story; });
+
+class RemountTest : public testing::Test
+{
+protected:
+    RemountTest() { KernelDoor::reset(); }
+
+    static std::string remount(const char* path, const char* options)
+    {
+        return DriveManager::instance()
+            ->remountPath(QString::fromLatin1(path), QString::fromLatin1(options))
+            .toStdString();
+    }
+
+    const ProvidedDevices devices{Machine};
+};
+
+TEST_F(RemountTest, FindsNoPathThatUDisksReportsOtherwise)
+{
+    DriveManager::instance();
+    ProvidedDevices::plug("sdb1");
+    for (const char* path : {"/media/C:/", "/media/c:", "", "/media/DATA"}) {
+        LogWatch::begin();
+        const std::string warning = std::string("WARNING re-mount path not found: [") + path + "]";
+        LogWatch::expect("\"" + warning + "\" ");
+        EXPECT_EQ(remount(path, "ro"), warning);
+        EXPECT_THAT(LogWatch::unexpected(), IsEmpty());
+    }
+    LogWatch::begin();
+    EXPECT_THAT(KernelDoor::calls(), testing::Not(testing::Contains(testing::StartsWith("umount("))));
+}
+
+TEST_F(RemountTest, GoesOnWhenTheUnmountFails)
+{
+    KernelDoor::answer("umount(", -1, EBUSY);
+    LogWatch::expect("\"ERROR umount: [/media/C:] with error: Device or resource busy\" ");
+    EXPECT_EQ(remount("/media/C:", "ro"), done("/media/C:", "ro"));
+}
+
+TEST_F(RemountTest, ReturnsNothingWhenOnlyTheReadOnlyFallbackWorks)
+{
+    KernelDoor::answer("system(ntfs-3g /dev", 0x100);
+    LogWatch::expect("\"WARNING ntfs-3g: 0x100\" ");
+    EXPECT_EQ(remount("/media/C:", "bad"), "");
+    EXPECT_THAT(KernelDoor::calls(),
+                ElementsAre("umount(/media/C:)", "system(ntfs-3g /dev/sda2 /media/C: -obad)",
+                            "system(ntfs-3g -oro /dev/sda2 /media/C:)"));
+}
+
+TEST_F(RemountTest, ReturnsNothingWhenTheFallbackFailsToo)
+{
+    KernelDoor::answer("system(", -1, EAGAIN);
+    KernelDoor::answer("system(", 0x100);
+    LogWatch::expect("\"WARNING ntfs-3g: 0x-1\" ");
+    LogWatch::expect("\"ERROR ntfs-3g: 0x100\" ");
+    EXPECT_EQ(remount("/media/C:", ""), "");
+}
+
+TEST_F(RemountTest, NamesThePathWhenNoShellCouldBeRunForTheFallback)
+{
+    KernelDoor::answer("system(", 0x100);
+    KernelDoor::answer("system(", -1, ENOMEM);
+    LogWatch::expect("\"WARNING ntfs-3g: 0x100\" ");
+    LogWatch::expect("\"ERROR system: [/media/C:] with error: Cannot allocate memory\" ");
+    EXPECT_EQ(remount("/media/C:", ""), "");
+}
+
+TEST_F(RemountTest, ReportsAndReturnsAFailedKernelRemount)
+{
+    KernelDoor::answer("mount(", -1, EINVAL);
+    LogWatch::expect("\"ERROR remount: [/media/D:] with error: Invalid argument\" ");
+    EXPECT_EQ(remount("/media/D:", "rw"), "ERROR remount: [/media/D:] with error: Invalid argument");
+}
+
+TEST_F(RemountTest, IgnoresTheResultOfTheRepair)
+{
+    KernelDoor::answer("system(ntfsfix", 0x100);
+    EXPECT_EQ(remount("/media/C:", "remove_hiberfile"), done("/media/C:", "remove_hiberfile"));
+}
+
+} // namespace
