@@ -1,14 +1,11 @@
 #include "provider/MachineFile.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
+#include <QFile>
 #include <QHash>
-#include <QRegularExpression>
 
 #include "provider/InterfaceDescription.h"
 #include "provider/NodeName.h"
@@ -185,13 +182,11 @@ private:
 
 std::vector<MachineSection> read(const std::string& file)
 {
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    if (!stream || !(content << stream.rdbuf())) {
-        throw MachineFileError(file + ": " + std::strerror(errno));
+    QFile content(QString::fromStdString(file));
+    if (!content.open(QIODevice::ReadOnly)) {
+        throw MachineFileError(file + ": " + content.errorString().toStdString());
     }
-    return parse(QByteArray::fromStdString(content.str()), file);
+    return parse(content.readAll(), file);
 }
 
 std::vector<MachineSection> parse(const QByteArray& text, const std::string& file)

@@ -20,13 +20,12 @@ std::optional<QByteArray> decoded(const QByteArray& text)
             result += text[at];
             continue;
         }
-        bool isNumber = false;
         const QByteArray digits = text.mid(at + 1, 2);
-        const uint byte = digits.toUInt(&isNumber, 16);
-        if (!isNumber || digits.size() != 2) {
+        const QByteArray byte = QByteArray::fromHex(digits);
+        if (byte.isEmpty() || byte.toHex() != digits.toLower()) {
             return std::nullopt;
         }
-        result += static_cast<char>(byte);
+        result += byte;
         at += 2;
     }
     return result;

@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
+#include <QTextCodec>
 
 #include "provider/CommandLine.h"
 #include "provider/MachineClient.h"
@@ -93,6 +94,8 @@ int run(const CommandLine& line)
 
 int main(int argc, char** argv)
 {
+    // Arguments and file names are UTF-8, as everything on the bus is, whatever the locale.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     const QCoreApplication application(argc, argv);
     try {
         return run(CommandLine::parse(QCoreApplication::arguments().mid(1)));

@@ -1,0 +1,156 @@
+#include <gmock/gmock.h>
+
+#include <sys/sysmacros.h>
+
+#include <QDBusObjectPath>
+
+#include "provider/DeviceView.h"
+#include "provider/InterfaceDescription.h"
+#include "provider/MachineDevice.h"
+
+namespace {
+
+MachineSection section(const char* node, bool isPartition, bool isInternal = false)
+{
+    MachineSection result;
+    result.node = QString::fromLatin1(node);
+    result.isPartition = isPartition;
+    result.isInternal = isInternal;
+    return result;
+}
+
+Identification ntfs()
+{
+    Identification content;
+    content.usage = QStringLiteral("filesystem");
+    content.type = QStringLiteral("ntfs");
+    content.label = QStringLiteral("Big / disk\n");
+    content.uuid = QStringLiteral("0123456789ABCDEF");
+    content.size = 1048576;
+    return content;
+}
+
+QVariant shown(const Device& device, const char* property)
+{
+    return DeviceView::property(device, QString::fromLatin1(property)).value_or(QVariant());
+}
+
+} // namespace
+
+TEST(MachineDeviceTest, ShowsAPartitionWithWhatItsImageHolds)
+{
+    const Device device = machineDevice(section("sdb2", true, true), ntfs(), makedev(7, 3));
+    EXPECT_EQ(device.objectPath.toStdString(), "/org/freedesktop/UDisks/devices/sdb2");
+    EXPECT_EQ(device.number, makedev(7, 3));
+    const struct
+    {
+        const char* property;
+        QVariant value;
+    } table[] = {
+        {"DeviceFile", QStringLiteral("/dev/sdb2")},
+        {"DeviceMajor", qlonglong(8)},
+        {"DeviceMinor", qlonglong(18)},
+        {"DeviceSize", qulonglong(1048576)},
+        {"DeviceBlockSize", qulonglong(512)},
+        {"DeviceIsDrive", false},
+        {"DeviceIsPartition", true},
+        {"DeviceIsSystemInternal", true},
+        {"DeviceIsMediaAvailable", true},
+        {"DeviceIsOpticalDisc", false},
+        {"DriveIsMediaEjectable", false},
+        {"DeviceFileById", QStringList(QStringLiteral("/dev/disk/by-uuid/0123456789ABCDEF"))},
+        {"DeviceFileByPath", QStringList()},
+        {"IdUsage", QStringLiteral("filesystem")},
+        {"IdType", QStringLiteral("ntfs")},
+        {"IdLabel", QStringLiteral("Big / disk\n")},
+        {"IdUuid", QStringLiteral("0123456789ABCDEF")},
+        {"PartitionScheme", QStringLiteral("mbr")},
+        {"PartitionType", QStringLiteral("0x07")},
+        {"PartitionNumber", 2},
+        {"PartitionFlags", QStringList()},
+        {"DeviceIsPartitionTable", false},
+    };
+    for (const auto& row : table) {
+        EXPECT_EQ(shown(device, row.property), row.value) << row.property;
+    }
+    EXPECT_EQ(shown(device, "PartitionSlave").value<QDBusObjectPath>().path().toStdString(),
+              "/org/freedesktop/UDisks/devices/sdb");
+}
+
+TEST(MachineDeviceTest, ShowsAWholeDiskWithItsTable)
+{
+    Identification content;
+    content.tableType = QStringLiteral("dos");
+    const Device device = machineDevice(section("sda", false), content, makedev(7, 0));
+    EXPECT_EQ(shown(device, "DeviceIsDrive"), QVariant(true));
+    EXPECT_EQ(shown(device, "DeviceIsPartitionTable"), QVariant(true));
+    EXPECT_EQ(shown(device, "PartitionTableScheme"), QVariant(QStringLiteral("mbr")));
+    EXPECT_EQ(shown(device, "PartitionScheme"), QVariant(QString()));
+    EXPECT_EQ(shown(device, "PartitionType"), QVariant(QString()));
+}
+
+TEST(MachineDeviceTest, HasNoMediumWithoutAnImage)
+{
+    const Device device = machineDevice(section("sda", false), {}, 0);
+    EXPECT_EQ(shown(device, "DeviceSize"), QVariant(qulonglong(0)));
+    EXPECT_EQ(shown(device, "DeviceBlockSize"), QVariant(qulonglong(0)));
+    EXPECT_EQ(shown(device, "DeviceIsMediaAvailable"), QVariant(false));
+    EXPECT_EQ(shown(device, "DeviceIsMounted"), QVariant(false));
+}
+
+TEST(MachineDeviceTest, ShowsDevicesThatAreNoScsiDisksUnderTheLoopDevicesNumber)
+{
+    const Device device = machineDevice(section("nvme0n1p1", true), {}, makedev(7, 5));
+    EXPECT_EQ(shown(device, "DeviceMajor"), QVariant(qlonglong(7)));
+    EXPECT_EQ(shown(device, "DeviceMinor"), QVariant(qlonglong(5)));
+}
+
+TEST(MachineDeviceTest, GivesEachContentItsUsualPartitionType)
+{
+    const struct
+    {
+        const char* content;
+        const char* type;
+    } table[] = {{"ntfs", "0x07"}, {"exfat", "0x07"}, {"vfat", "0x0c"},
+                 {"swap", "0x82"}, {"ext4", "0x83"},  {"", "0x83"}};
+    for (const auto& row : table) {
+        Identification content;
+        content.type = QString::fromLatin1(row.content);
+        const Device device = machineDevice(section("sda1", true), content, 0);
+        EXPECT_EQ(shown(device, "PartitionType").toString().toStdString(), row.type) << row.content;
+    }
+}
+
+TEST(MachineDeviceTest, LetsTheFileHaveTheLastWord)
+{
+    MachineSection given = section("sda1", true);
+    given.properties = {{QStringLiteral("IdLabel"), 7},
+                        {QStringLiteral("DeviceMountPaths"), QStringList(QStringLiteral("/x"))}};
+    given.missing = {QStringLiteral("IdType")};
+    const Device device = machineDevice(given, ntfs(), 0);
+    EXPECT_EQ(shown(device, "IdLabel"), QVariant(7));
+    EXPECT_EQ(shown(device, "DeviceMountPaths"), QVariant(QStringList(QStringLiteral("/x"))));
+    EXPECT_EQ(DeviceView::property(device, QStringLiteral("IdType")), std::nullopt);
+    EXPECT_EQ(DeviceView::allProperties(device).size(),
+              InterfaceDescription::device().properties().size() - 1);
+}
+
+TEST(DeviceViewTest, GoesByItsNodeAndItsLinks)
+{
+    MachineSection given = section("sda1", true);
+    given.properties = {
+        {QStringLiteral("DeviceFileByPath"), QStringList(QStringLiteral("/dev/disk/by-path/x"))}};
+    const Device device = machineDevice(given, ntfs(), 0);
+    for (const char* file : {"/dev/sda1", "/dev/disk/by-uuid/0123456789ABCDEF", "/dev/disk/by-path/x"}) {
+        EXPECT_TRUE(DeviceView::goesBy(device, QString::fromLatin1(file))) << file;
+    }
+    EXPECT_FALSE(DeviceView::goesBy(device, QStringLiteral("/dev/sda")));
+}
+
+TEST(DeviceViewTest, IsFoundByTheKernelsNumberAndWithoutOneByTheShownOne)
+{
+    const Device real = machineDevice(section("sda1", true), {}, makedev(7, 3));
+    EXPECT_TRUE(DeviceView::hasNumber(real, 7, 3));
+    EXPECT_FALSE(DeviceView::hasNumber(real, 8, 1));
+    EXPECT_TRUE(DeviceView::hasNumber(machineDevice(section("sda1", true), {}, 0), 8, 1));
+}
