@@ -1,6 +1,7 @@
 #include "tests/system/SystemTest.h"
 
 #include <array>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -75,4 +76,16 @@ void SystemTest::TearDown()
     if (!IsSkipped()) {
         EXPECT_THAT(unusualWarnings(), testing::UnorderedElementsAreArray(_announced));
     }
+}
+
+void MachineTest::start(const std::vector<std::string>& arguments, const Process::Environment& environment)
+{
+    machine.start();
+    _service = std::make_unique<Service>(arguments, environment);
+    ASSERT_TRUE(_service->isReady()) << _service->output();
+}
+
+void MachineTest::stop()
+{
+    EXPECT_EQ(_service->stop(SIGTERM), 0) << _service->output();
 }

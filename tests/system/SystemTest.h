@@ -8,6 +8,7 @@
 
 #include "service/Logger.h"
 #include "tests/support/PrivateBus.h"
+#include "tests/system/Machine.h"
 #include "tests/system/Service.h"
 
 /// A test of the shipped program on a message bus of its own. It runs in tests/support/sandbox only, and is
@@ -32,4 +33,21 @@ protected:
 private:
     std::unique_ptr<PrivateBus> _bus;
     std::vector<std::string> _announced;
+};
+
+/// A test of the shipped program on a made-up machine.
+class MachineTest : public SystemTest
+{
+protected:
+    /// Starts the machine and the service; the test fails if the drives are not arranged then.
+    void start(const std::vector<std::string>& arguments = {"log=10"},
+               const Process::Environment& environment = {});
+    /// Ends the service in the usual way.
+    void stop();
+    Service& service() { return *_service; }
+
+    Machine machine;
+
+private:
+    std::unique_ptr<Service> _service;
 };
