@@ -96,7 +96,7 @@ QString MountCommand::toString() const
 
 void MountCommand::parseArguments(const QString& text)
 {
-    const QStringList items = text.trimmed().split(_s_delimArgs, Qt::SkipEmptyParts);
+    const QStringList items = text.split(_s_delimArgs, Qt::SkipEmptyParts);
     for (const QString& item : items) {
         parseArgument(item.trimmed());
     }

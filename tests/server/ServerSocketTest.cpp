@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <grp.h>
 #include <netinet/in.h>
 #include <sys/stat.h>
 
@@ -36,14 +37,30 @@ private:
     mode_t _before;
 };
 
-/// Acts as another user for the life of the object.
+/// Acts as a user and group that own nothing, for the life of the object.
 class AsNobody
 {
 public:
-    AsNobody() { EXPECT_EQ(seteuid(65534), 0); }
-    ~AsNobody() { EXPECT_EQ(seteuid(0), 0); }
+    AsNobody()
+        : _groups(static_cast<std::size_t>(getgroups(0, nullptr)))
+    {
+        getgroups(static_cast<int>(_groups.size()), _groups.data());
+        EXPECT_EQ(setgroups(0, nullptr), 0);
+        EXPECT_EQ(setegid(Nobody), 0);
+        EXPECT_EQ(seteuid(Nobody), 0);
+    }
+    ~AsNobody()
+    {
+        EXPECT_EQ(seteuid(0), 0);
+        EXPECT_EQ(setegid(0), 0);
+        EXPECT_EQ(setgroups(_groups.size(), _groups.data()), 0);
+    }
     AsNobody(const AsNobody&) = delete;
     AsNobody& operator=(const AsNobody&) = delete;
+
+private:
+    static constexpr uid_t Nobody = 65534;
+    std::vector<gid_t> _groups;
 };
 
 mode_t modeOf(const std::string& path)
@@ -173,7 +190,7 @@ TEST_F(ServerSocketTest, TurnsAnotherUserAway)
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can act as another user";
     }
-    fs::permissions(".", fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
+    fs::permissions(".", fs::perms::owner_all | fs::perms::others_exec);
     const WithUmask none(0);
     listenAtPath();
     {
@@ -381,6 +398,15 @@ TEST_F(ServerSocketTest, ClosingRemovesAnEmptyDirectoryThatTookTheName)
     fs::create_directory(Path);
     server.close();
     EXPECT_FALSE(fs::exists(Path));
+}
+
+TEST_F(ServerSocketTest, ClosingRemovesALinkToNothingThatTookTheName)
+{
+    server.bind(Path);
+    fs::remove(Path);
+    fs::create_symlink("nothing", Path);
+    server.close();
+    EXPECT_FALSE(fs::is_symlink(Path));
 }
 
 TEST_F(ServerSocketTest, DestroyingLeavesWhatCannotBeRemovedAndDoesNotThrow)
