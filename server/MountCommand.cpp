@@ -89,7 +89,7 @@ QString MountCommand::toString() const
         if (!argument.value().isEmpty()) {
             text += _s_delimKeyVal + argument.value();
         }
-        text += _s_delimArgs;
+        text += _s_delimArgs; // Kept: after the last argument too; the parser drops the empty item.
     }
     return text;
 }

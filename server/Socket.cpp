@@ -80,6 +80,7 @@ void Socket::send(std::string bytes, unsigned int flags)
 {
     refuseDescriptorZero(fd);
     while (true) {
+        // Kept: the flags go on as they are, so the broken-pipe signal is not suppressed.
         const ssize_t count = ::send(fd, bytes.data(), bytes.size(), static_cast<int>(flags));
         if (count < 0) {
             throw ESocketWrite(std::string("error while sending (") + std::strerror(errno) + ")");
