@@ -70,11 +70,12 @@ QStringList files(const Device& device)
 
 bool hasNumber(const Device& device, qlonglong majorNumber, qlonglong minorNumber)
 {
-    if (device.number != 0) {
-        return major(device.number) == majorNumber && minor(device.number) == minorNumber;
-    }
-    return device.properties.value(QStringLiteral("DeviceMajor")).toLongLong() == majorNumber &&
-           device.properties.value(QStringLiteral("DeviceMinor")).toLongLong() == minorNumber;
+    const qlonglong shownMajor = device.properties.value(QStringLiteral("DeviceMajor")).toLongLong();
+    const qlonglong shownMinor = device.properties.value(QStringLiteral("DeviceMinor")).toLongLong();
+    const dev_t number = device.number != 0
+                             ? device.number
+                             : makedev(static_cast<unsigned>(shownMajor), static_cast<unsigned>(shownMinor));
+    return number != 0 && major(number) == majorNumber && minor(number) == minorNumber;
 }
 
 } // namespace DeviceView

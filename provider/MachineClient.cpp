@@ -1,5 +1,6 @@
 #include "provider/MachineClient.h"
 
+#include <QDBusError>
 #include <QDBusMessage>
 
 #include "provider/MachineControl.h"
@@ -30,11 +31,15 @@ QDBusMessage callFor(const CommandLine& line)
 
 Outcome failure(const QDBusError& error)
 {
+    const Outcome nobody{NO_PROVIDER, "no provider answers on the system bus"};
+    if (error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
+        return nobody;
+    }
     switch (error.type()) {
     case QDBusError::ServiceUnknown:
     case QDBusError::NoReply:
     case QDBusError::Disconnected:
-        return {NO_PROVIDER, "no provider answers on the system bus"};
+        return nobody;
     case QDBusError::UnknownObject:
     case QDBusError::UnknownMethod:
     case QDBusError::UnknownInterface:

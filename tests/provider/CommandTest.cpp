@@ -1,0 +1,110 @@
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+#include "tests/provider/UDisksClient.h"
+#include "tests/support/BusBeforeMain.h"
+#include "tests/support/MachineProvider.h"
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+ProcessResult vrudisks(std::vector<std::string> arguments, const Process::Environment& environment = {})
+{
+    arguments.insert(arguments.begin(), MachineProvider::PROGRAM);
+    return runProgram(arguments, environment);
+}
+
+class CommandTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (busBeforeMain() == nullptr) {
+            GTEST_SKIP() << "dbus-daemon is not installed";
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(CommandTest, PlugsPullsAndChangesADevice)
+{
+    MachineProvider provider("[stick]\nNode = sdb1\nPlugged = false\n");
+    EXPECT_EQ(vrudisks({"plug", "stick"}).status, 0);
+    EXPECT_THAT(UDisksClient::enumerate(), testing::ElementsAre("sdb1"));
+    EXPECT_EQ(vrudisks({"set", "stick", "IdLabel=A%20B"}).status, 0);
+    EXPECT_EQ(UDisksClient::text("sdb1", "IdLabel").toStdString(), "A B");
+    const ProcessResult done = vrudisks({"unplug", "stick"});
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(done.output, "");
+    EXPECT_THAT(UDisksClient::enumerate(), testing::IsEmpty());
+}
+
+TEST_F(CommandTest, SaysInOneLineWhatIsRefused)
+{
+    MachineProvider provider("[stick]\nNode = sdb1\n");
+    const struct
+    {
+        std::vector<std::string> arguments;
+        const char* message;
+    } table[] = {
+        {{"plug", "stick"}, "vrudisks: stick is plugged in already\n"},
+        {{"unplug", "disk"}, "vrudisks: this machine has no device disk\n"},
+        {{"set", "stick", "DeviceMajor=x"}, "vrudisks: DeviceMajor: \"x\" is no value of type \"x\"\n"},
+    };
+    for (const auto& row : table) {
+        const ProcessResult refused = vrudisks(row.arguments);
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.output, row.message);
+    }
+}
+
+TEST_F(CommandTest, SaysThatNoProviderAnswers)
+{
+    const ProcessResult nobody = vrudisks({"plug", "stick"});
+    EXPECT_EQ(nobody.status, 3);
+    EXPECT_EQ(nobody.output, "vrudisks: no provider answers on the system bus\n");
+    const ProcessResult noBus =
+        vrudisks({"plug", "stick"}, {{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"}});
+    EXPECT_EQ(noBus.status, 3);
+    EXPECT_EQ(noBus.output, "vrudisks: no provider answers: there is no system bus\n");
+}
+
+TEST_F(CommandTest, NeedsABusToServe)
+{
+    const ProcessResult noBus =
+        vrudisks({"--machine", "/dev/null"}, {{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"}});
+    EXPECT_EQ(noBus.status, 1);
+    EXPECT_THAT(noBus.output, StartsWith("vrudisks: no system bus: "));
+}
+
+TEST_F(CommandTest, EndsWithStatusTwoOnAnErrorInTheFile)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.path() + "/m.ini";
+    std::ofstream(file) << "[sda1]\nInternal = perhaps\n";
+    const ProcessResult broken = vrudisks({"--machine", file});
+    EXPECT_EQ(broken.status, 2);
+    EXPECT_EQ(broken.output,
+              "vrudisks: " + file + ":2: [sda1] Internal: \"perhaps\" is no value of type \"b\"\n");
+}
+
+TEST_F(CommandTest, EndsWithStatusTwoOnWrongUse)
+{
+    const ProcessResult misused = vrudisks({"eject"});
+    EXPECT_EQ(misused.status, 2);
+    EXPECT_EQ(misused.output, "vrudisks: unknown argument \"eject\" (see vrudisks --help)\n");
+}
+
+TEST_F(CommandTest, ShowsHelpAndVersion)
+{
+    const ProcessResult help = vrudisks({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.output, StartsWith("Usage: vrudisks "));
+    const ProcessResult version = vrudisks({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.output, StartsWith("vrudisks "));
+}

@@ -1,0 +1,112 @@
+#include "tests/provider/UDisksClient.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QDBusVariant>
+
+#include "tests/support/WaitFor.h"
+
+namespace UDisksClient {
+namespace {
+
+const std::string DAEMON_PATH = "/org/freedesktop/UDisks";
+const std::string DAEMON = "org.freedesktop.UDisks";
+const std::string DEVICE = "org.freedesktop.UDisks.Device";
+const std::string PROPERTIES = "org.freedesktop.DBus.Properties";
+
+QString qt(const std::string& text)
+{
+    return QString::fromStdString(text);
+}
+
+std::string nameOf(const QString& objectPath)
+{
+    return objectPath.section(QLatin1Char('/'), -1).toStdString();
+}
+
+std::string pathOf(const std::string& device)
+{
+    return DAEMON_PATH + "/devices/" + device;
+}
+
+} // namespace
+
+QDBusMessage call(const std::string& path, const std::string& interface, const std::string& method,
+                  const QVariantList& arguments)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(qt(DAEMON), qt(path), qt(interface), qt(method));
+    message.setArguments(arguments);
+    return QDBusConnection::systemBus().call(message);
+}
+
+QDBusMessage callDaemon(const std::string& method, const QVariantList& arguments)
+{
+    return call(DAEMON_PATH, DAEMON, method, arguments);
+}
+
+QVariant property(const std::string& device, const std::string& name)
+{
+    const QDBusMessage reply = call(pathOf(device), PROPERTIES, "Get", {qt(DEVICE), qt(name)});
+    return reply.arguments().value(0).value<QDBusVariant>().variant();
+}
+
+QString text(const std::string& device, const std::string& name)
+{
+    return property(device, name).toString();
+}
+
+QVariantMap allProperties(const std::string& device)
+{
+    const QDBusMessage reply = call(pathOf(device), PROPERTIES, "GetAll", {qt(DEVICE)});
+    return qdbus_cast<QVariantMap>(reply.arguments().value(0));
+}
+
+std::vector<std::string> enumerate()
+{
+    std::vector<std::string> result;
+    const QDBusMessage reply = callDaemon("EnumerateDevices");
+    for (const QDBusObjectPath& path : qdbus_cast<QList<QDBusObjectPath>>(reply.arguments().value(0))) {
+        result.push_back(nameOf(path.path()));
+    }
+    return result;
+}
+
+std::string errorOf(const QDBusMessage& reply)
+{
+    return reply.errorName().toStdString();
+}
+
+std::string deviceIn(const QDBusMessage& reply)
+{
+    return nameOf(reply.arguments().value(0).value<QDBusObjectPath>().path());
+}
+
+Signals::Signals()
+{
+    QDBusConnection bus = QDBusConnection::systemBus();
+    for (const char* name : {"DeviceAdded", "DeviceChanged", "DeviceRemoved"}) {
+        bus.connect(qt(DAEMON), qt(DAEMON_PATH), qt(DAEMON), QString::fromLatin1(name), this,
+                    SLOT(daemonSignal(QDBusMessage)));
+    }
+    bus.connect(qt(DAEMON), QString(), qt(DEVICE), QStringLiteral("Changed"), this,
+                SLOT(deviceSignal(QDBusMessage)));
+}
+
+const std::vector<std::string>& Signals::atLeast(size_t count)
+{
+    waitFor([&] { return _seen.size() >= count; });
+    return _seen;
+}
+
+void Signals::daemonSignal(const QDBusMessage& signal)
+{
+    _seen.push_back(signal.member().toStdString() + " " + deviceIn(signal));
+}
+
+void Signals::deviceSignal(const QDBusMessage& signal)
+{
+    _seen.push_back(signal.member().toStdString() + " " + nameOf(signal.path()));
+}
+
+} // namespace UDisksClient
