@@ -29,13 +29,13 @@ bool isOn(libmnt_fs* mounted, dev_t number, const QByteArray& deviceFile)
 
 } // namespace
 
-QStringList mountPaths(dev_t number, const QString& deviceFile)
+QStringList mountPaths(dev_t number, const QString& deviceFile, const char* table)
 {
-    const Table table(mnt_new_table_from_file("/proc/self/mountinfo"), &mnt_unref_table);
+    const Table entries(mnt_new_table_from_file(table), &mnt_unref_table);
     const Iterator iterator(mnt_new_iter(MNT_ITER_FORWARD), &mnt_free_iter);
     std::vector<QByteArray> paths;
     libmnt_fs* mounted = nullptr;
-    while (table && mnt_table_next_fs(table.get(), iterator.get(), &mounted) == 0) {
+    while (entries && mnt_table_next_fs(entries.get(), iterator.get(), &mounted) == 0) {
         if (isOn(mounted, number, deviceFile.toUtf8())) {
             paths.push_back(text(mnt_fs_get_target(mounted)));
         }

@@ -1,0 +1,55 @@
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+#include <sys/sysmacros.h>
+
+#include "provider/MountTable.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+constexpr const char* TABLE = "20 1 0:5 / / rw - tmpfs tmpfs rw\n"
+                              "21 20 8:1 / /mnt/sda1 rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+                              "22 20 8:1 /sub /mnt/part rw - ext4 /dev/sda1 rw\n"
+                              "23 20 8:1 / /media/a\\040b rw - ext4 /dev/sda1 rw\n"
+                              "24 20 8:1 / /media/a rw - ext4 /dev/sda1 rw\n"
+                              "25 20 8:1 / /media/\xc3\xbc rw - ext4 /dev/sda1 rw\n"
+                              "26 20 8:17 / /media/C: rw - fuseblk /dev/sdb1 rw\n"
+                              "27 20 0:40 / /media/pool rw - btrfs /dev/sdc1 rw\n"
+                              "28 20 0:40 /home /home rw - btrfs /dev/sdc1 rw\n"
+                              "29 20 0:41 / /media/named rw - tmpfs /dev/sdc1 rw\n";
+
+std::vector<std::string> pathsOf(dev_t number, const char* node)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.path() + "/mountinfo";
+    std::ofstream(file) << TABLE;
+    std::vector<std::string> result;
+    for (const QString& path : MountTable::mountPaths(number, QString::fromLatin1(node), file.c_str())) {
+        result.push_back(path.toStdString());
+    }
+    return result;
+}
+
+} // namespace
+
+using testing::ElementsAre;
+
+TEST(MountTableTest, FindsWholeFileSystemsByNumberInDescendingByteOrder)
+{
+    EXPECT_THAT(pathsOf(makedev(8, 1), "/dev/sda1"),
+                ElementsAre("/mnt/sda1", "/media/\xc3\xbc", "/media/a b", "/media/a"));
+    EXPECT_THAT(pathsOf(makedev(8, 17), "/dev/elsewhere"), ElementsAre("/media/C:"));
+}
+
+TEST(MountTableTest, FindsBtrfsAndNothingElseByItsNode)
+{
+    EXPECT_THAT(pathsOf(makedev(8, 33), "/dev/sdc1"), ElementsAre("/media/pool"));
+}
+
+TEST(MountTableTest, FindsNothingForADeviceThatIsNotMountedOrWithoutATable)
+{
+    EXPECT_THAT(pathsOf(makedev(8, 2), "/dev/sda2"), testing::IsEmpty());
+    EXPECT_TRUE(MountTable::mountPaths(makedev(8, 1), QString(), "/nonexistent").isEmpty());
+}
