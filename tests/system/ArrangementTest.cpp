@@ -15,18 +15,6 @@ using testing::IsEmpty;
 
 namespace {
 
-/// The source of the topmost mount on a directory.
-std::string sourceAt(const std::string& directory)
-{
-    const auto mount = KernelMounts::at(directory);
-    return mount ? mount->source : "nothing";
-}
-
-std::string quoted(const std::string& text)
-{
-    return '"' + text + '"';
-}
-
 /// What the log tells at debug level, without the dump of the devices.
 std::vector<std::string> story()
 {
@@ -59,9 +47,9 @@ TEST_F(ArrangementTest, WindowsMachineGetsItsLettersAndLosesThemAtTheEnd)
     machine.addInternal("sda3", Images::ext4("linux", "linux", {"etc/"}));
     start();
 
-    EXPECT_EQ(sourceAt("/media/system-reserved"), "/dev/sda1");
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda2");
-    EXPECT_EQ(sourceAt("/media/D:"), "/dev/sda3");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/system-reserved"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/D:"), "/dev/sda3");
     EXPECT_EQ(Files::content("/media/C:/Windows/win.ini"), "Windows/win.ini");
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/C:", "/media/D:", "/media/system-reserved"));
     EXPECT_THAT(Files::namesIn("/mnt"), IsEmpty());
@@ -86,8 +74,8 @@ TEST_F(ArrangementTest, TwoWindowsInstallationsGetCAndD)
     machine.addInternal("sda1", Images::ntfs("first", "Windows 7", {"Windows/"}));
     machine.addInternal("sda2", Images::ntfs("second", "Windows 10", {"Windows/"}));
     start();
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda1");
-    EXPECT_EQ(sourceAt("/media/D:"), "/dev/sda2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/D:"), "/dev/sda2");
     stop();
 }
 
@@ -97,9 +85,9 @@ TEST_F(ArrangementTest, LabelWithSystemInAnyCaseIsABootPartitionUnlessItHoldsWin
     machine.addInternal("sda2", Images::ntfs("os", "System", {"Windows/"}));
     machine.addInternal("sda3", Images::ext4("lower", "files", {"windows/"}));
     start();
-    EXPECT_EQ(sourceAt("/media/system-reserved"), "/dev/sda1");
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda2");
-    EXPECT_EQ(sourceAt("/media/D:"), "/dev/sda3");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/system-reserved"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/D:"), "/dev/sda3");
     stop();
 }
 
@@ -108,8 +96,8 @@ TEST_F(ArrangementTest, WindowsIsFoundByItsExactName)
     machine.addInternal("sda1", Images::ext4("lower", "System 1", {"windows/"}));
     machine.addInternal("sdb1", Images::ext4("file", "System 2", {"Windows"}));
     start();
-    EXPECT_EQ(sourceAt("/media/system-reserved"), "/dev/sda1");
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sdb1") << "a file of that name counts as well";
+    EXPECT_EQ(KernelMounts::sourceAt("/media/system-reserved"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sdb1") << "a file of that name counts as well";
     stop();
 }
 
@@ -118,9 +106,9 @@ TEST_F(ArrangementTest, SecondBootPartitionIsStackedAndTheLowerLayerStaysAtTheEn
     machine.addInternal("sda1", Images::ext4("first", "System 1"));
     machine.addInternal("sda2", Images::ext4("second", "System 2"));
     start();
-    EXPECT_EQ(sourceAt("/media/system-reserved"), "/dev/sda2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/system-reserved"), "/dev/sda2");
     stop();
-    EXPECT_EQ(sourceAt("/media/system-reserved"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/system-reserved"), "/dev/sda1");
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/system-reserved"));
 }
 
@@ -132,7 +120,7 @@ TEST_F(ArrangementTest, LetterZIsHandedOutTwiceWhenAllAreTaken)
     machine.addInternal("sda1", Images::ext4("first", "one"));
     machine.addInternal("sda2", Images::ext4("second", "two"));
     start();
-    EXPECT_EQ(sourceAt("/media/Z:"), "/dev/sda2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/Z:"), "/dev/sda2");
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/Z:", "/media/Z:"));
     stop();
 }
@@ -151,12 +139,14 @@ TEST_F(ArrangementTest, DrivesMapNamesTheLettersAndMovesTheRunningLetterOn)
     machine.addInternal("sda3", Images::ext4("linux", "linux"));
     start();
 
-    EXPECT_EQ(sourceAt("/media/D:"), "/dev/sda1");
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda2");
-    EXPECT_EQ(sourceAt("/media/E:"), "/dev/sda3");
-    EXPECT_EQ(ServiceLog::count(quoted("Drives file found: /mounts/win/Program Files/Vorna/maps/drives.ini")),
+    EXPECT_EQ(KernelMounts::sourceAt("/media/D:"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/E:"), "/dev/sda3");
+    EXPECT_EQ(ServiceLog::count(
+                  ServiceLog::quoted("Drives file found: /mounts/win/Program Files/Vorna/maps/drives.ini")),
               1);
-    EXPECT_EQ(ServiceLog::count(quoted("Partition [2]: volume id(3319195640) serial(WD-1) letters(D:/X:)")),
+    EXPECT_EQ(ServiceLog::count(
+                  ServiceLog::quoted("Partition [2]: volume id(3319195640) serial(WD-1) letters(D:/X:)")),
               2)
         << "the map is read anew for each partition that is looked up";
     EXPECT_EQ(Files::content("/tmp/drives.ini"),
@@ -170,8 +160,8 @@ TEST_F(ArrangementTest, DrivesMapThatBeginsElsewhereDoesNotMoveTheRunningLetter)
     machine.addInternal("sda1", Images::ntfs("listed", "listed", {}, "010101010000000A"));
     machine.addInternal("sda2", Images::ext4("unlisted", "unlisted"));
     start();
-    EXPECT_EQ(sourceAt("/media/D:"), "/dev/sda1");
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/D:"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda2");
     stop();
 }
 
@@ -182,9 +172,9 @@ TEST_F(ArrangementTest, LetterOfTheMapIsUsedAlthoughItsDirectoryExists)
     ASSERT_EQ(mount("lower", "/media/K:", "tmpfs", 0, ""), 0);
     machine.addInternal("sda1", Images::ntfs("listed", "listed", {}, "010101010000000A"));
     start();
-    EXPECT_EQ(sourceAt("/media/K:"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/K:"), "/dev/sda1");
     stop();
-    EXPECT_EQ(sourceAt("/media/K:"), "lower") << "each directory is unmounted once";
+    EXPECT_EQ(KernelMounts::sourceAt("/media/K:"), "lower") << "each directory is unmounted once";
 }
 
 TEST_F(ArrangementTest, ShortSerialIsNotLookedUp)
@@ -192,7 +182,7 @@ TEST_F(ArrangementTest, ShortSerialIsNotLookedUp)
     writeDrivesMap("[Disk1]\nPartition1=[00000000]K:\n");
     machine.addInternal("sda1", Images::ntfs("short", "short"), {"IdUuid = 12345678"});
     start();
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
     stop();
 }
 
@@ -216,7 +206,7 @@ TEST_F(ArrangementTest, PrivateTemporaryRootIsEnoughUnderSharedMounts)
     ASSERT_EQ(mount("none", "/mnt", nullptr, MS_PRIVATE, nullptr), 0);
     machine.addInternal("sda1", Images::ntfs("os", "OS", {"Windows/"}));
     start();
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
     stop();
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/mnt"));
 }
@@ -226,8 +216,9 @@ TEST_F(ArrangementTest, StickThatIsThereAtTheStartKeepsItsLabel)
     machine.addExternal("sdb1", Images::ext4("stick", "STICK"));
     machine.addInternal("sda1", Images::ext4("disk", "disk"));
     start();
-    EXPECT_EQ(sourceAt("/media/STICK"), "/dev/sdb1");
-    EXPECT_EQ(sourceAt("/media/C:"), "/dev/sda1") << "the letter that the stick did not get is free again";
+    EXPECT_EQ(KernelMounts::sourceAt("/media/STICK"), "/dev/sdb1");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1")
+        << "the letter that the stick did not get is free again";
     stop();
 }
 

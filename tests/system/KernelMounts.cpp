@@ -38,6 +38,12 @@ std::optional<Mount> at(const std::string& directory)
     return result;
 }
 
+std::string sourceAt(const std::string& directory)
+{
+    const std::optional<Mount> mount = at(directory);
+    return mount ? mount->source : "nothing";
+}
+
 std::vector<std::string> directories()
 {
     std::vector<std::string> result;

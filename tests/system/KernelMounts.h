@@ -18,6 +18,8 @@ struct Mount
 std::vector<Mount> all();
 /// The topmost mount on `directory`.
 std::optional<Mount> at(const std::string& directory);
+/// Its source, such as "/dev/sda1", or "nothing".
+std::string sourceAt(const std::string& directory);
 /// The directories below /media and /mnt (or these themselves) on which something is mounted, sorted; one
 /// entry for each mount.
 std::vector<std::string> directories();

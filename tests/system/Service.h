@@ -51,6 +51,12 @@ private:
 /// The service's log file.
 namespace ServiceLog {
 
+/// The form in which the log shows a text.
+inline std::string quoted(const std::string& text)
+{
+    return '"' + text + '"';
+}
+
 /// Its bytes; empty without a file.
 std::string raw();
 std::vector<LogWatch::Line> lines();
@@ -58,6 +64,11 @@ std::vector<LogWatch::Line> lines();
 std::vector<std::string> messages(int level);
 /// Whether the log holds the message, or does within five seconds.
 bool shows(const std::string& message);
+/// The same for a text between quotes.
+inline bool tells(const std::string& text)
+{
+    return shows(quoted(text));
+}
 /// How often the log holds the message.
 long count(const std::string& message);
 

@@ -25,7 +25,7 @@ protected:
     /// Announces a message that the service is to write once at warning level or above.
     void expectWarning(const std::string& message) { _announced.push_back(message); }
     /// The same for a string value, which the log shows between double quotes.
-    void expectQuotedWarning(const std::string& text) { expectWarning('"' + text + '"'); }
+    void expectQuotedWarning(const std::string& text) { expectWarning(ServiceLog::quoted(text)); }
 
     /// From here on there is no system bus.
     void removeBus() { _bus.reset(); }

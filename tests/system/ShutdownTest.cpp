@@ -1,0 +1,126 @@
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include <sys/mount.h>
+
+#include "tests/system/Files.h"
+#include "tests/system/Images.h"
+#include "tests/system/KernelMounts.h"
+#include "tests/system/SystemTest.h"
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+void mountTmpfs(const std::string& directory)
+{
+    fs::create_directories(directory);
+    ASSERT_EQ(mount("foreign", directory.c_str(), "tmpfs", 0, ""), 0);
+}
+
+/// What shutdown writes: the directories in the order in which it takes them down.
+std::vector<std::string> directoriesTakenDown()
+{
+    std::vector<std::string> result;
+    for (const std::string& message : ServiceLog::messages(Vorna::Debug)) {
+        if (message.compare(0, 2, "\"/") == 0) {
+            result.push_back(message.substr(1, message.size() - 2));
+        }
+    }
+    return result;
+}
+
+std::vector<std::string> inDirectoryOrder(const std::string& root)
+{
+    std::vector<std::string> result;
+    for (const auto& entry : fs::directory_iterator(root)) {
+        if (entry.is_directory()) {
+            result.push_back(entry.path());
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+class ShutdownTest : public MachineTest
+{
+};
+
+TEST_F(ShutdownTest, TakesDownWhateverIsMountedBelowTheRootsInDirectoryOrder)
+{
+    start();
+    for (const char* directory : {"/media/b", "/media/.hidden", "/media/a", "/mnt/sdz1", "/mnt/.trash"}) {
+        mountTmpfs(directory);
+    }
+    fs::create_directories("/media/leftover");
+    fs::create_directories("/mnt/leftover");
+    std::vector<std::string> expected = inDirectoryOrder("/media");
+    const std::vector<std::string> temporary = inDirectoryOrder("/mnt");
+    expected.insert(expected.end(), temporary.begin(), temporary.end());
+    ASSERT_EQ(expected.size(), 7U);
+
+    stop();
+    EXPECT_EQ(directoriesTakenDown(), expected);
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
+    EXPECT_THAT(Files::namesIn("/mnt"), IsEmpty());
+}
+
+TEST_F(ShutdownTest, LeavesFilesAndFullDirectoriesAlone)
+{
+    start();
+    Files::write("/media/file", "content");
+    fs::create_directories("/mnt/full/of");
+    Files::write("/mnt/full/of/things", "content");
+    fs::create_directory_symlink("/mnt/full", "/media/link");
+    stop();
+    EXPECT_EQ(Files::content("/media/file"), "content");
+    EXPECT_EQ(Files::content("/mnt/full/of/things"), "content");
+    EXPECT_TRUE(fs::is_symlink("/media/link"));
+}
+
+TEST_F(ShutdownTest, LeavesWhatIsInUseMountedAndSaysNothing)
+{
+    machine.addInternal("sda1", Images::ext4("disk", "disk", {"open.txt"}));
+    start();
+    const std::ifstream inUse("/media/C:/open.txt");
+    stop();
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
+    EXPECT_FALSE(fs::exists(Paths::PidFile));
+}
+
+TEST_F(ShutdownTest, UnmountsEachDirectoryOnceAndReachesNothingDeeper)
+{
+    start();
+    mountTmpfs("/media/stack");
+    mountTmpfs("/media/stack");
+    mountTmpfs("/mnt/outer");
+    mountTmpfs("/mnt/outer/inner");
+    stop();
+    EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/stack", "/mnt/outer", "/mnt/outer/inner"));
+}
+
+TEST_F(ShutdownTest, LeavesTheContentOfEveryFileSystemAsItWas)
+{
+    const Images::Entries entries = {"Windows/", "Windows/win.ini", "empty/", ".hidden"};
+    machine.addInternal("sda1", Images::ntfs("os", "OS", entries));
+    machine.addInternal("sda2", Images::ext4("linux", "linux", entries));
+    start();
+    stop();
+    for (const char* image : {"os", "linux"}) {
+        SCOPED_TRACE(image);
+        ASSERT_EQ(runProgram({"mount", "-o", "loop", std::string("/tmp/images/") + image, "/root"}).status,
+                  0);
+        EXPECT_EQ(Files::content("/root/Windows/win.ini"), "Windows/win.ini");
+        EXPECT_EQ(Files::content("/root/.hidden"), ".hidden");
+        EXPECT_TRUE(fs::is_empty("/root/empty"));
+        EXPECT_THAT(Files::namesIn("/root"), testing::IsSupersetOf({".hidden", "Windows", "empty"}));
+        EXPECT_LE(Files::namesIn("/root").size(), 4U) << "lost+found, and nothing else";
+        ASSERT_EQ(umount("/root"), 0);
+    }
+}
