@@ -8,6 +8,7 @@
 #include "service/LogOutput.h"
 #include "service/LogText.h"
 #include "service/SignalRelay.h"
+#include "service/StandardStreams.h"
 #include "service/Trace.h"
 
 namespace {
@@ -96,6 +97,12 @@ int serve(const SignalRelay& signalRelay)
 }
 
 } // namespace
+
+/// Before any other static object: the connection to the bus is one.
+__attribute__((constructor(101))) static void beforeAnythingIsOpened()
+{
+    completeStandardStreams();
+}
 
 Vorna::Logger* g_dbgR =
     Vorna::Logger::instance("/var/log/vorna/vrmountdrives.log", Vorna::Warning, MaxLogSize);

@@ -1,0 +1,14 @@
+#include "service/StandardStreams.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+void completeStandardStreams()
+{
+    int descriptor = 0;
+    do {
+        // Not close-on-exec: the programs that are run get them like any others.
+        descriptor = open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    close(descriptor);
+}
