@@ -157,11 +157,11 @@ TEST_F(CommandSocketTest, SilentClientDoesNotHoldTheStop)
 
 TEST_F(CommandSocketTest, ClientThatFillsTheBufferAndWaitsDoesNotHoldTheStop)
 {
-    for (const std::size_t size : {5120U, 10240U, 20480U}) {
+    for (const std::size_t size : {10240U, 20480U}) {
         SCOPED_TRACE(size);
         start();
         const CommandClient client;
-        client.send(requestOf(10240));
+        client.send(requestOf(size));
         waitUntilServing();
         expectCleanStop();
     }
@@ -182,11 +182,10 @@ TEST_F(CommandSocketTest, ClientThatLeavesBeforeItsReplyEndsTheService)
 {
     start();
     {
-        const CommandClient silent;
-        waitUntilServing();
         const CommandClient leaving;
-        leaving.send("mount");
+        waitUntilServing();
     }
+    expectQuotedWarning("Command not found: ");
     const std::optional<int> status = service().waitForEnd(5s);
     ASSERT_TRUE(status);
     EXPECT_GT(*status, 128) << "by a signal";
@@ -227,7 +226,7 @@ TEST_F(CommandSocketTest, DirectoryInItsPlaceEndsTheService)
     const std::optional<int> status = service.waitForEnd(5s);
     ASSERT_TRUE(status);
     EXPECT_NE(*status, 0);
-    EXPECT_THAT(service.output(), HasSubstr("error while binding /tmp/vrmount"));
+    EXPECT_THAT(service.output(), HasSubstr("SocketBindingException"));
     EXPECT_TRUE(fs::is_directory(Paths::CommandSocket));
 }
 
