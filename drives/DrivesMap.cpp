@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QTemporaryFile>
 
+#include "service/LogText.h"
+
 namespace DrivesMap {
 namespace {
 
@@ -48,6 +50,37 @@ bool carriesSerialisedObjects(QByteArray content)
     return content.contains("@Variant(") || content.contains("@DateTime(");
 }
 
+constexpr int VolumeIdDigits = 8;
+constexpr int LettersAfterVolumeId = 10; // "[", the digits, and the character that closes them
+
+void readValue(const QString& value, WindowsDrives::Partition& partition)
+{
+    QString letters = value;
+    if (value.startsWith(QLatin1Char('['))) {
+        partition.volumeId = value.mid(1, VolumeIdDigits).toUInt(nullptr, 16);
+        letters = value.mid(LettersAfterVolumeId);
+    }
+    partition.letters = letters.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+}
+
+/// The partitions of the group that `settings` stands in, up to the first number that is missing or empty.
+QList<WindowsDrives::Partition> partitionsOfGroup(const QSettings& settings)
+{
+    QList<WindowsDrives::Partition> result;
+    for (qint32 number = 1;; ++number) {
+        const QString value = settings.value(QStringLiteral("Partition%1").arg(number)).toString();
+        if (value.isEmpty()) {
+            return result;
+        }
+        WindowsDrives::Partition partition;
+        partition.number = number;
+        readValue(value, partition);
+        partition.serial = settings.value(QStringLiteral("Serial")).toString();
+        result.append(partition);
+        LogText::debug(text(partition));
+    }
+}
+
 } // namespace
 
 QString find(const QString& mounts)
@@ -86,6 +119,25 @@ void replace(const QString& path, const QByteArray& content)
     if (std::rename(from.constData(), QFile::encodeName(path).constData()) == 0) {
         fresh.setAutoRemove(false);
     }
+}
+
+QList<WindowsDrives::Partition> partitions(QSettings& settings)
+{
+    QList<WindowsDrives::Partition> result;
+    const QStringList groups = settings.childGroups();
+    for (const QString& group : groups) {
+        settings.beginGroup(group);
+        result += partitionsOfGroup(settings);
+        settings.endGroup();
+    }
+    return result;
+}
+
+QString text(const WindowsDrives::Partition& partition)
+{
+    return QStringLiteral("Partition [%1]: volume id(%2) serial(%3) letters(%4)")
+        .arg(QString::number(partition.number), QString::number(partition.volumeId), partition.serial,
+             partition.letters.join(QLatin1Char('/')));
 }
 
 } // namespace DrivesMap

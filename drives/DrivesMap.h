@@ -1,9 +1,14 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
+#include <QSettings>
 #include <QString>
 
-/// Finding the drives map on foreign disks and copying it to where the service reads it. Nothing here throws.
+#include "drives/WindowsDrives.h"
+
+/// Finding the drives map on foreign disks, copying it to where the service reads it, and reading it. Nothing
+/// here throws.
 namespace DrivesMap {
 
 /// Path of the first map below `mounts`, empty when there is none. Symbolic links are never followed: on a
@@ -18,5 +23,12 @@ QByteArray read(const QString& path);
 /// Replaces the file at `path` by one with `content`. What stands there, a symbolic link too, is replaced as
 /// a whole and never written through. A failure leaves it as it is.
 void replace(const QString& path, const QByteArray& content);
+
+/// The partitions by section in the settings' order, then by number. Each is written to the log at debug
+/// level.
+QList<WindowsDrives::Partition> partitions(QSettings& settings);
+
+/// How the log shows a partition: "Partition [N]: volume id(V) serial(S) letters(A/B)".
+QString text(const WindowsDrives::Partition& partition);
 
 } // namespace DrivesMap
