@@ -18,7 +18,6 @@
 #include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
