@@ -11,6 +11,7 @@ namespace {
 
 constexpr int REFUSED = 1;
 constexpr int NO_PROVIDER = 3;
+const Outcome NOBODY{NO_PROVIDER, "no provider answers on the system bus"};
 
 QDBusMessage callFor(const CommandLine& line)
 {
@@ -31,15 +32,14 @@ QDBusMessage callFor(const CommandLine& line)
 
 Outcome failure(const QDBusError& error)
 {
-    const Outcome nobody{NO_PROVIDER, "no provider answers on the system bus"};
     if (error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
-        return nobody;
+        return NOBODY;
     }
     switch (error.type()) {
     case QDBusError::ServiceUnknown:
     case QDBusError::NoReply:
     case QDBusError::Disconnected:
-        return nobody;
+        return NOBODY;
     case QDBusError::UnknownObject:
     case QDBusError::UnknownMethod:
     case QDBusError::UnknownInterface:

@@ -10,6 +10,7 @@
 #include "provider/MachineClient.h"
 #include "provider/MachineControl.h"
 #include "provider/MachineSource.h"
+#include "provider/UDisks2Source.h"
 #include "provider/UDisksService.h"
 #include "service/SignalRelay.h"
 
@@ -53,6 +54,13 @@ int serveMachine(const std::string& file, const QDBusConnection& bus)
     return serve(machine, bus);
 }
 
+int serveUDisks2(bool showsTrueMajor, const QDBusConnection& bus)
+{
+    UDisks2Source source(bus, showsTrueMajor);
+    QObject::connect(&source, &UDisks2Source::noted, [](const QString& text) { say(text.toStdString()); });
+    return serve(source, bus);
+}
+
 int serve(const CommandLine& line)
 {
     const SignalRelay relay;
@@ -61,7 +69,8 @@ int serve(const CommandLine& line)
     if (!bus.isConnected()) {
         throw std::runtime_error("no system bus: " + bus.lastError().message().toStdString());
     }
-    return serveMachine(line.machineFile, bus);
+    return line.action == CommandLine::Action::Serve ? serveUDisks2(line.showsTrueMajor, bus)
+                                                     : serveMachine(line.machineFile, bus);
 }
 
 int command(const CommandLine& line)

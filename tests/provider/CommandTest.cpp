@@ -6,7 +6,6 @@
 #include "tests/support/BusBeforeMain.h"
 #include "tests/support/MachineProvider.h"
 
-using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {

@@ -20,7 +20,6 @@
 namespace fs = std::filesystem;
 using namespace UDisksClient;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -85,7 +84,7 @@ protected:
 
     std::string image(const std::string& name, std::vector<std::string> formatter) const
     {
-        const std::string file = directory.path() + "/" + name;
+        std::string file = directory.path() + "/" + name;
         std::ofstream(file).flush();
         fs::resize_file(file, 16 << 20);
         formatter.push_back(file);

@@ -3,8 +3,6 @@
 #include "provider/MachineFile.h"
 #include "tests/support/TemporaryDirectory.h"
 
-using testing::HasSubstr;
-
 namespace {
 
 std::string errorOf(const QByteArray& text)

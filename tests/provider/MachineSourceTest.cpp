@@ -6,7 +6,6 @@
 #include "tests/support/TemporaryDirectory.h"
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

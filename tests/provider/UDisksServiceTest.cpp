@@ -15,7 +15,6 @@
 using namespace UDisksClient;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 

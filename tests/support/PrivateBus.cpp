@@ -14,7 +14,7 @@ constexpr const char* ADDRESS_VARIABLE = "DBUS_SYSTEM_BUS_ADDRESS";
 
 std::string writeConfiguration(const std::string& directory)
 {
-    const std::string file = directory + "/bus.conf";
+    std::string file = directory + "/bus.conf";
     std::ofstream(file) << "<busconfig><type>system</type><listen>unix:path=" << directory
                         << "/bus</listen><auth>EXTERNAL</auth><policy context=\"default\">"
                            "<allow user=\"*\"/><allow own=\"*\"/>"

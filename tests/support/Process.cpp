@@ -30,8 +30,10 @@ std::vector<std::string> merged(const Process::Environment& additions)
         all[name] = value;
     }
     std::vector<std::string> result;
+    result.reserve(all.size());
     for (const auto& [name, value] : all) {
-        result.push_back(name + "=" + value);
+        result.push_back(name);
+        result.back().append("=").append(value);
     }
     return result;
 }
@@ -39,6 +41,7 @@ std::vector<std::string> merged(const Process::Environment& additions)
 std::vector<char*> pointers(std::vector<std::string>& texts)
 {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         result.push_back(text.data());
     }

@@ -1,0 +1,54 @@
+#include "provider/BusOrder.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include <QRegularExpression>
+
+namespace {
+
+int digitsAt(const QString& text, int from)
+{
+    int end = from;
+    while (end < text.size() && text[end] >= QLatin1Char('0') && text[end] <= QLatin1Char('9')) {
+        ++end;
+    }
+    return end - from;
+}
+
+/// The text with every number written in one length, so that comparing texts compares numbers.
+QString withEvenNumbers(const QString& text)
+{
+    constexpr int LENGTH = 20;
+    QString result;
+    int at = 0;
+    while (at < text.size()) {
+        const int digits = digitsAt(text, at);
+        const int length = std::max(digits, 1);
+        result += text.mid(at, length).rightJustified(digits > 0 ? LENGTH : 1, QLatin1Char('0'));
+        at += length;
+    }
+    return result;
+}
+
+} // namespace
+
+BusOrder BusOrder::of(const QStringList& linksByPath, int partition, dev_t number)
+{
+    static const QRegularExpression partitionSuffix(QStringLiteral("-part[0-9]+$"));
+    QStringList places;
+    for (const QString& link : linksByPath) {
+        places += withEvenNumbers(link.section(QLatin1Char('/'), -1).remove(partitionSuffix));
+    }
+    std::sort(places.begin(), places.end());
+    return {places.value(0), partition, number};
+}
+
+bool operator<(const BusOrder& left, const BusOrder& right)
+{
+    const auto key = [](const BusOrder& order) {
+        const bool isNowhere = order.place.isEmpty();
+        return std::make_tuple(isNowhere, order.place, isNowhere ? 0 : order.partition, order.number);
+    };
+    return key(left) < key(right);
+}
