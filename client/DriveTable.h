@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "client/ListedDrive.h"
+
+/// The list of drives as text.
+namespace DriveTable {
+
+/// For people: a heading, then a line for each drive; columns aligned, nothing that could act on a terminal.
+std::string table(const std::vector<ListedDrive>& drives);
+
+/// For scripts: an array with an object for each drive. Bytes that are not UTF-8 are replaced.
+std::string json(const std::vector<ListedDrive>& drives);
+
+/// "512 B", "1.5 GiB": units of 1024, one decimal above bytes.
+std::string humanSize(std::uint64_t bytes);
+
+} // namespace DriveTable

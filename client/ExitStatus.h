@@ -1,0 +1,10 @@
+#pragma once
+
+/// What the exit status tells a script.
+enum ExitStatus : int
+{
+    Done = 0,        ///< the reply begins with "DONE"; the drives were listed, the help shown
+    NotDone = 1,     ///< any other reply; the drives could not be listed
+    WrongUse = 2,    ///< the command line asks for nothing that could be sent
+    Unreachable = 3, ///< no service took the request, or it went away without a reply
+};

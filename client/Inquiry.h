@@ -1,0 +1,33 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+
+#include <Poco/Pipe.h>
+
+/// A question that may never be answered, such as one about a file system whose driver hangs or about a disk
+/// that no longer reads. A process of its own asks it, so that it neither blocks nor crashes this one; that
+/// process ends with the object, or with this process.
+class Inquiry
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Starts to ask. `question` runs in the other process; an exception there is no answer. Throws
+    /// Poco::SystemException or Poco::CreateFileException without a pipe or process to be had.
+    explicit Inquiry(const std::function<std::string()>& question);
+    ~Inquiry();
+    Inquiry(const Inquiry&) = delete;
+    Inquiry& operator=(const Inquiry&) = delete;
+
+    /// Waits for the answer until `end` at most. Asked once.
+    std::optional<std::string> answer(Clock::time_point end);
+
+private:
+    Poco::Pipe _pipe;
+    pid_t _process = -1;
+};

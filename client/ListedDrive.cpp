@@ -1,0 +1,154 @@
+#include "client/ListedDrive.h"
+
+#include <filesystem>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <blkid.h>
+
+#include "client/Inquiry.h"
+
+namespace ListedDrives {
+namespace {
+
+namespace fs = std::filesystem;
+
+// --- asked in a process of its own: each ends with that process, and so does what it opens ---
+
+/// Whether `descriptor` is on the mount itself and not on one that hides it. A kernel that cannot tell is
+/// believed.
+bool isOnMount(int descriptor, int mountId)
+{
+    struct statx about
+    {
+    };
+    if (statx(descriptor, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &about) != 0) {
+        return false;
+    }
+    return (about.stx_mask & STATX_MNT_ID) == 0 || about.stx_mnt_id == static_cast<std::uint64_t>(mountId);
+}
+
+std::string askSpace(const MountedDrive& drive)
+{
+    const int descriptor = open(drive.directory.c_str(), O_PATH | O_CLOEXEC);
+    struct statvfs figures
+    {
+    };
+    if (!isOnMount(descriptor, drive.mountId) || fstatvfs(descriptor, &figures) != 0) {
+        throw std::runtime_error("no figures");
+    }
+    return std::to_string(figures.f_blocks * figures.f_frsize) + ' ' +
+           std::to_string(figures.f_bavail * figures.f_frsize);
+}
+
+std::string askLabel(const std::string& device)
+{
+    const blkid_probe probe = blkid_new_probe_from_filename(device.c_str());
+    const char* label = nullptr;
+    if (probe == nullptr || blkid_do_safeprobe(probe) != 0 ||
+        blkid_probe_lookup_value(probe, "LABEL", &label, nullptr) != 0) {
+        return {};
+    }
+    return label;
+}
+
+// ----------------------------------------------------------------------------------------------
+
+std::optional<Space> readSpace(const std::optional<std::string>& figures)
+{
+    if (!figures) {
+        return std::nullopt;
+    }
+    Space space;
+    std::istringstream(*figures) >> space.size >> space.free;
+    return space;
+}
+
+/// Undoes the "\x20" of the names below /dev/disk.
+std::string decoded(const std::string& name)
+{
+    std::string result;
+    for (std::size_t at = 0; at < name.size(); ++at) {
+        if (name.compare(at, 2, "\\x") == 0 && at + 3 < name.size()) {
+            result += static_cast<char>(std::stoi(name.substr(at + 2, 2), nullptr, 16));
+            at += 3;
+        } else {
+            result += name[at];
+        }
+    }
+    return result;
+}
+
+/// What the device manager knows; for those who may not read the device.
+std::string announcedLabel(const std::string& device)
+{
+    std::error_code error;
+    const fs::path node = fs::canonical(device, error);
+    for (fs::directory_iterator link("/dev/disk/by-label", error), end; !error && link != end;
+         link.increment(error)) {
+        std::error_code dangling;
+        if (fs::canonical(link->path(), dangling) == node) {
+            return decoded(link->path().filename());
+        }
+    }
+    return {};
+}
+
+class Inquiries
+{
+public:
+    explicit Inquiries(const MountedDrive& drive)
+        : _drive(drive)
+        , _space([&] { return askSpace(drive); })
+    {
+        std::error_code ignored;
+        if (fs::is_block_file(drive.device, ignored)) {
+            _label = std::make_unique<Inquiry>([&] { return askLabel(drive.device); });
+        }
+    }
+
+    ListedDrive answers(Inquiry::Clock::time_point end)
+    {
+        return {_drive, label(end), readSpace(_space.answer(end))};
+    }
+
+private:
+    std::string label(Inquiry::Clock::time_point end)
+    {
+        if (!_label) {
+            return {};
+        }
+        const std::string label = _label->answer(end).value_or("");
+        return label.empty() ? announcedLabel(_drive.device) : label;
+    }
+
+    MountedDrive _drive;
+    Inquiry _space;
+    std::unique_ptr<Inquiry> _label;
+};
+
+} // namespace
+
+std::vector<ListedDrive> inquire(const std::vector<MountedDrive>& drives, std::chrono::milliseconds bound)
+{
+    const auto end = Inquiry::Clock::now() + bound;
+    std::vector<std::unique_ptr<Inquiries>> all;
+    all.reserve(drives.size());
+    for (const MountedDrive& drive : drives) {
+        all.push_back(std::make_unique<Inquiries>(drive));
+    }
+    std::vector<ListedDrive> result;
+    result.reserve(drives.size());
+    for (const auto& inquiries : all) {
+        result.push_back(inquiries->answers(end));
+    }
+    return result;
+}
+
+} // namespace ListedDrives
