@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+
+/// What the process table tells about the client and the child that reads its reply.
+namespace ClientProcesses {
+
+std::optional<pid_t> childOf(pid_t process);
+/// What descriptor `number` of `process` refers to.
+std::string descriptor(pid_t process, int number);
+/// Whether `process` waits inside connect(2). Needs root.
+bool isConnecting(pid_t process);
+/// Whether `process` is gone, or waits for nothing but to be reaped.
+bool hasEnded(pid_t process);
+
+} // namespace ClientProcesses

@@ -1,0 +1,71 @@
+#include <sstream>
+
+#include "tests/client/MountedImages.h"
+#include "tests/support/Process.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsSupersetOf;
+
+constexpr int LibraryMissing = 77;
+
+class Completion : public MountedImages
+{
+protected:
+    void SetUp() override
+    {
+        MountedImages::SetUp();
+        if (!IsSkipped() && runProgram({COMPLETE, "vrmountctl", ""}).status == LibraryMissing) {
+            GTEST_SKIP() << "bash-completion is not installed";
+        }
+    }
+
+    /// What bash offers after these words of a command line.
+    static std::vector<std::string> offered(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), {COMPLETE, "vrmountctl"});
+        const ProcessResult result = runProgram(words);
+        EXPECT_EQ(result.status, 0) << result.output;
+        std::vector<std::string> lines;
+        std::istringstream stream(result.output);
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line);
+        }
+        return lines;
+    }
+};
+
+TEST_F(Completion, OffersCommandsAndOptions)
+{
+    EXPECT_THAT(offered({""}), ElementsAre("remount", "send", "list"));
+    EXPECT_THAT(offered({"--timeout", "5", "re"}), ElementsAre("remount"));
+    EXPECT_THAT(offered({"--"}), ElementsAre("--socket", "--timeout", "--help", "--version"));
+    EXPECT_THAT(offered({"list", "--"}), ElementsAre("--json"));
+    EXPECT_THAT(offered({"send", ""}), ElementsAre());
+    EXPECT_THAT(offered({"--timeout", ""}), ElementsAre());
+}
+
+TEST_F(Completion, OffersMountedDirectoriesForARemount)
+{
+    mount({"-t", "tmpfs", "tmpfs"}, "/media/C:");
+    mount({"-t", "tmpfs", "tmpfs"}, "/media/D:");
+    mount({"-t", "tmpfs", "tmpfs"}, "/mnt/$(touch hacked) Disk");
+    const std::string quoted = "/mnt/\\$\\(touch\\ hacked\\)\\ Disk";
+    EXPECT_THAT(offered({"remount", ""}), ElementsAre("/media/C:", "/media/D:", quoted));
+    EXPECT_THAT(offered({"remount", "/media/D"}), ElementsAre("/media/D:"));
+    EXPECT_THAT(offered({"remount", "/mnt/\\$\\(touch\\ h"}), ElementsAre(quoted));
+    EXPECT_THAT(offered({"remount", "'/mnt/$("}), ElementsAre("/mnt/$(touch hacked) Disk"));
+    EXPECT_THAT(offered({"remount", "\"/mnt/"}), ElementsAre()); // inside these quotes it would be expanded
+    // Behind a colon readline completes only what follows it.
+    EXPECT_THAT(offered({"remount", "/media/C:"}), ElementsAre(""));
+}
+
+TEST_F(Completion, OffersMountOptionsOneByOne)
+{
+    EXPECT_THAT(offered({"remount", "/media/C:", ""}), IsSupersetOf({"ro", "rw", "ignore_case"}));
+    EXPECT_THAT(offered({"remount", "/media/C:", "ro,ig"}), ElementsAre("ro,ignore_case"));
+    EXPECT_THAT(offered({"remount", "/media/C:", "ro", ""}), ElementsAre());
+}
+
+} // namespace

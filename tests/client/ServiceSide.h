@@ -1,0 +1,60 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+
+#include "server/ServerSocket.h"
+#include "tests/support/TemporaryDirectory.h"
+
+/// A test that plays the service, with the server side of the socket library. It works in a directory of its
+/// own, because the path of a socket is short.
+class ServiceSide : public testing::Test
+{
+protected:
+    using Connection = Poco::SharedPtr<VORNA::ServerSocket>;
+
+    ServiceSide() { std::filesystem::current_path(_directory.path()); }
+    ~ServiceSide() override { std::filesystem::current_path("/"); }
+
+    void listen(int backlog = 5)
+    {
+        _server.reset(new VORNA::ServerSocket(AF_UNIX, SOCK_STREAM));
+        _server->bind("socket");
+        _server->listen(backlog);
+    }
+
+    /// The next client; the test ends if there is none within some seconds.
+    Connection accept()
+    {
+        if (_server->select(3000) <= 0) {
+            throw std::runtime_error("no client has connected");
+        }
+        return _server->accept();
+    }
+
+    /// The next client, when it has sent `request` and waits for its reply.
+    Connection accept(std::string& request)
+    {
+        Connection connection = accept();
+        connection->read(request);
+        return connection;
+    }
+
+    /// Serves one client as the service does; what it asked.
+    std::string serve(const std::string& reply)
+    {
+        std::string request;
+        accept(request)->send(reply, 0);
+        return request;
+    }
+
+private:
+    TemporaryDirectory _directory;
+    std::unique_ptr<VORNA::ServerSocket> _server;
+};
