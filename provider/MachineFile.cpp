@@ -117,8 +117,8 @@ private:
             {QStringLiteral("Partition"), &section.isPartition},
             {QStringLiteral("Plugged"), &section.isPlugged},
         };
-        if (flags.contains(key)) {
-            *flags[key] = valueOf(key, QStringLiteral("b"), value).toBool();
+        if (bool* const flag = flags.value(key)) {
+            *flag = valueOf(key, QStringLiteral("b"), value).toBool();
         } else if (key == QLatin1String("Image")) {
             section.image = imagePath(valueOf(key, QStringLiteral("s"), value).toString());
         } else if (key == QLatin1String("Node")) {

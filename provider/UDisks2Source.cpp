@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 constexpr auto PATIENCE = 200ms;
 constexpr auto TICK = 20ms;
 /// When UDisks2 is asked again that did not answer.
-constexpr auto RETRY = 2s;
+constexpr auto RETRY = 1s;
 
 const QString OBJECT_MANAGER = QStringLiteral("org.freedesktop.DBus.ObjectManager");
 const QString PROPERTIES = QStringLiteral("org.freedesktop.DBus.Properties");
@@ -120,8 +120,10 @@ void UDisks2Source::loaded(QDBusPendingCallWatcher* call)
 void UDisks2Source::lost()
 {
     _isFollowing = false;
+    _enumeration = nullptr;
     _held.clear();
-    noteAbsence(QStringLiteral("UDisks2 is gone; its devices stay as they were until it is back"));
+    noteAbsence(_isReady ? QStringLiteral("UDisks2 is gone; its devices stay as they were until it is back")
+                         : QStringLiteral("waiting for UDisks2"));
 }
 
 void UDisks2Source::noteAbsence(const QString& text)

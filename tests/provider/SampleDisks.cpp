@@ -172,16 +172,16 @@ UDisks2Objects nvmeDisk()
     const std::string windows = "ebd0a0a2-b9e5-4433-87c0-68b6b72699c7";
     return driveObject("nvme", drive({}, false)) +
            UDisks2Objects{
-               {blockPath("nvme0n1"), withTable(block("/dev/nvme0n1", 259, 0, SIZE,
+               {blockPath("nvme0n1"), withTable(block("/dev/nvme0n1", NVME, 0, SIZE,
                                                       common + links({"by-path/pci-0000:01:00.0-nvme-1"})),
                                                 "gpt")},
                {blockPath("nvme0n1p1"),
-                inTable(block("/dev/nvme0n1p1", 259, 1, SIZE,
+                inTable(block("/dev/nvme0n1p1", NVME, 1, SIZE,
                               common + holds("filesystem", "vfat", "ESP", "12AB-34CD") +
                                   links({"by-path/pci-0000:01:00.0-nvme-1-part1"})),
                         partition("nvme0n1", 1, "c12a7328-f81f-11d2-ba4b-00a0c93ec93b", 1))},
                {blockPath("nvme0n1p2"),
-                inTable(block("/dev/nvme0n1p2", 259, 2, SIZE,
+                inTable(block("/dev/nvme0n1p2", NVME, 2, SIZE,
                               common + holds("filesystem", "ntfs", "Windows", "00FF00FF00FF00FF") +
                                   links({"by-path/pci-0000:01:00.0-nvme-1-part2"})),
                         partition("nvme0n1", 2, windows))},
@@ -193,9 +193,9 @@ UDisks2Objects emmcDisk()
     const QVariantMap common = internal() + onDrive("emmc");
     return driveObject("emmc", drive({"flash_mmc"}, false)) +
            UDisks2Objects{
-               {blockPath("mmcblk0"), withTable(block("/dev/mmcblk0", 179, 0, SIZE, common), "gpt")},
+               {blockPath("mmcblk0"), withTable(block("/dev/mmcblk0", EMMC, 0, SIZE, common), "gpt")},
                {blockPath("mmcblk0p1"),
-                inTable(block("/dev/mmcblk0p1", 179, 1, SIZE, common + holds("filesystem", "ntfs")),
+                inTable(block("/dev/mmcblk0p1", EMMC, 1, SIZE, common + holds("filesystem", "ntfs")),
                         partition("mmcblk0", 1, "ebd0a0a2-b9e5-4433-87c0-68b6b72699c7"))},
            };
 }
@@ -205,9 +205,9 @@ UDisks2Objects virtioDisk()
     const QVariantMap common = internal() + onDrive("virtio");
     return driveObject("virtio", drive({}, false)) +
            UDisks2Objects{
-               {blockPath("vda"), withTable(block("/dev/vda", 254, 0, SIZE, common), "dos")},
+               {blockPath("vda"), withTable(block("/dev/vda", VIRTIO, 0, SIZE, common), "dos")},
                {blockPath("vda1"),
-                inTable(block("/dev/vda1", 254, 1, SIZE, common + holds("filesystem", "ntfs")),
+                inTable(block("/dev/vda1", VIRTIO, 1, SIZE, common + holds("filesystem", "ntfs")),
                         partition("vda", 1, "0x07"))},
            };
 }
@@ -270,7 +270,7 @@ UDisks2Objects luks()
         {blockPath("sde"), withTable(block("/dev/sde", 8, 64, SIZE), "dos")},
         {blockPath("sde1"), locked},
         {blockPath("dm_2d0"),
-         block("/dev/dm-0", 253, 0, SIZE,
+         block("/dev/dm-0", MAPPER, 0, SIZE,
                holds("filesystem", "ext4") + QVariantMap{{QStringLiteral("CryptoBackingDevice"),
                                                           QVariant::fromValue(blockPath("sde1"))}})},
     };
@@ -287,14 +287,14 @@ UDisks2Objects emptyCardReader()
 
 UDisks2Objects loopDevices()
 {
-    UDisks2Interfaces used = withTable(block("/dev/loop0", 7, 0, SIZE, internal()), "dos");
+    UDisks2Interfaces used = withTable(block("/dev/loop0", LOOP, 0, SIZE, internal()), "dos");
     used.insert(UDisks2::LOOP, {{QStringLiteral("BackingFile"), fileName("/live/image")}});
-    UDisks2Interfaces unused = block("/dev/loop1", 7, 1, 0, internal());
+    UDisks2Interfaces unused = block("/dev/loop1", LOOP, 1, 0, internal());
     unused.insert(UDisks2::LOOP, {{QStringLiteral("BackingFile"), fileName("")}});
     return {
         {blockPath("loop0"), used},
         {blockPath("loop0p1"),
-         inTable(block("/dev/loop0p1", 259, 9, SIZE, internal() + holds("filesystem", "ntfs")),
+         inTable(block("/dev/loop0p1", NVME, 9, SIZE, internal() + holds("filesystem", "ntfs")),
                  partition("loop0", 1, "0x07"))},
         {blockPath("loop1"), unused},
         {blockPath("ram0"), block("/dev/ram0", 1, 0, SIZE)},

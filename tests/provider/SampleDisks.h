@@ -8,6 +8,14 @@
 /// What UDisks2 manages on machines with disks of every kind.
 namespace SampleDisks {
 
+// Major numbers that no kernel gives out, so that the machine that runs the tests knows none of these
+// devices. The SCSI disks have their own: every kernel calls those by the same names.
+constexpr unsigned NVME = 3259;
+constexpr unsigned EMMC = 3179;
+constexpr unsigned VIRTIO = 3254;
+constexpr unsigned MAPPER = 3253;
+constexpr unsigned LOOP = 3007;
+
 /// UDisks2's path of a block device.
 QDBusObjectPath blockPath(const std::string& name);
 QDBusObjectPath drivePath(const std::string& name);

@@ -118,23 +118,23 @@ TEST_F(UDisks2DeviceTest, ShowsPartitionsOfInternalDisksAsScsiOnesUnlessToldNotT
         const char* name;
         qlonglong shownMajor, trueMajor, minor;
     } table[] = {
-        {"sda1", 8, 8, 1},        {"nvme0n1", 259, 259, 0}, {"nvme0n1p2", 8, 259, 2},
-        {"mmcblk0", 179, 179, 0}, {"mmcblk0p1", 8, 179, 1}, {"vda1", 8, 254, 1},
-        {"sdb1", 8, 8, 17},       {"sr0", 11, 11, 0},       {"dm_2d0", 253, 253, 0},
-        {"loop0p1", 259, 259, 9},
+        {"sda1", 8, 8, 1},          {"nvme0n1", NVME, NVME, 0}, {"nvme0n1p2", 8, NVME, 2},
+        {"mmcblk0", EMMC, EMMC, 0}, {"mmcblk0p1", 8, EMMC, 1},  {"vda1", 8, VIRTIO, 1},
+        {"sdb1", 8, 8, 17},         {"sr0", 11, 11, 0},         {"dm_2d0", MAPPER, MAPPER, 0},
+        {"loop0p1", NVME, NVME, 9},
     };
     for (const auto& row : table) {
         EXPECT_EQ(shown(row.name, "DeviceMajor"), QVariant(row.shownMajor)) << row.name;
         EXPECT_EQ(shown(row.name, "DeviceMajor", true), QVariant(row.trueMajor)) << row.name;
         EXPECT_EQ(shown(row.name, "DeviceMinor"), QVariant(row.minor)) << row.name;
     }
-    EXPECT_TRUE(DeviceView::hasNumber(device("nvme0n1p2")->device, 259, 2));
+    EXPECT_TRUE(DeviceView::hasNumber(device("nvme0n1p2")->device, NVME, 2));
 }
 
 TEST_F(UDisks2DeviceTest, KeepsTheNumberOfAnExternalDiskThatIsNoScsiDisk)
 {
     objects[blockPath("mmcblk0p1")][UDisks2::BLOCK][QStringLiteral("HintSystem")] = false;
-    EXPECT_EQ(shown("mmcblk0p1", "DeviceMajor"), QVariant(qlonglong(179)));
+    EXPECT_EQ(shown("mmcblk0p1", "DeviceMajor"), QVariant(qlonglong(EMMC)));
 }
 
 TEST_F(UDisks2DeviceTest, KeepsTheNumberOfAScsiDiskBeyondTheSixteenth)
