@@ -76,9 +76,10 @@ UDisks2Interfaces unidentified(UDisks2Interfaces block)
 TEST_F(UDisks2SourceTest, EnumeratesByPlaceAndThenByNumber)
 {
     startOver(all());
-    EXPECT_THAT(enumerate(), ElementsAre("sdb", "sdb1", "sda", "sda1", "sda2", "sda5", "nvme0n1", "nvme0n1p1",
-                                         "nvme0n1p2", "loop0", "sdc", "sdd", "sdd1", "sde", "sde1", "sdf",
-                                         "sr0", "mmcblk0", "mmcblk0p1", "dm_2d0", "vda", "vda1", "loop0p1"));
+    EXPECT_THAT(enumerate(),
+                ElementsAre("sdb", "sdb1", "sda", "sda1", "sda2", "sda5", "nvme0n1", "nvme0n1p1", "nvme0n1p2",
+                            "sdc", "sdd", "sdd1", "sde", "sde1", "sdf", "sr0", "loop0", "mmcblk0",
+                            "mmcblk0p1", "dm_2d0", "vda", "vda1", "loop0p1"));
 }
 
 TEST_F(UDisks2SourceTest, ShowsWhatUDisks2TellsOverTheBus)
@@ -92,7 +93,7 @@ TEST_F(UDisks2SourceTest, ShowsWhatUDisks2TellsOverTheBus)
     EXPECT_EQ(property("sda1", "PartitionFlags").toStringList(), QStringList(QStringLiteral("boot")));
     EXPECT_EQ(allProperties("nvme0n1p2").size(), 133);
     EXPECT_EQ(property("nvme0n1p2", "DeviceMajor"), QVariant(qlonglong(8)));
-    EXPECT_EQ(deviceIn(callDaemon("FindDeviceByMajorMinor", {qlonglong(259), qlonglong(2)})), "nvme0n1p2");
+    EXPECT_EQ(deviceIn(callDaemon("FindDeviceByMajorMinor", {qlonglong(NVME), qlonglong(2)})), "nvme0n1p2");
     EXPECT_EQ(deviceIn(callDaemon("FindDeviceByDeviceFile", {QStringLiteral("/dev/sda5")})), "sda5");
 }
 
@@ -101,7 +102,7 @@ TEST_F(UDisks2SourceTest, ShowsTrueMajorNumbersOnRequest)
     udisks2 = std::make_unique<FakeUDisks2>(nvmeDisk());
     startProvider({"--true-major"});
     ASSERT_TRUE(says("ready with"));
-    EXPECT_EQ(property("nvme0n1p2", "DeviceMajor"), QVariant(qlonglong(259)));
+    EXPECT_EQ(property("nvme0n1p2", "DeviceMajor"), QVariant(qlonglong(NVME)));
 }
 
 TEST_F(UDisks2SourceTest, TellsOfDevicesThatComeAndGo)
