@@ -12,6 +12,8 @@
 
 #include <blkid.h>
 
+#include <QByteArray>
+
 #include "client/Inquiry.h"
 
 namespace ListedDrives {
@@ -25,9 +27,7 @@ namespace fs = std::filesystem;
 /// believed.
 bool isOnMount(int descriptor, int mountId)
 {
-    struct statx about
-    {
-    };
+    struct statx about = {};
     if (statx(descriptor, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &about) != 0) {
         return false;
     }
@@ -37,9 +37,7 @@ bool isOnMount(int descriptor, int mountId)
 std::string askSpace(const MountedDrive& drive)
 {
     const int descriptor = open(drive.directory.c_str(), O_PATH | O_CLOEXEC);
-    struct statvfs figures
-    {
-    };
+    struct statvfs figures = {};
     if (!isOnMount(descriptor, drive.mountId) || fstatvfs(descriptor, &figures) != 0) {
         throw std::runtime_error("no figures");
     }
@@ -70,19 +68,11 @@ std::optional<Space> readSpace(const std::optional<std::string>& figures)
     return space;
 }
 
-/// Undoes the "\x20" of the names below /dev/disk.
+/// Undoes the "\x20" of the names below /dev/disk, in which no percent sign stands for itself.
 std::string decoded(const std::string& name)
 {
-    std::string result;
-    for (std::size_t at = 0; at < name.size(); ++at) {
-        if (name.compare(at, 2, "\\x") == 0 && at + 3 < name.size()) {
-            result += static_cast<char>(std::stoi(name.substr(at + 2, 2), nullptr, 16));
-            at += 3;
-        } else {
-            result += name[at];
-        }
-    }
-    return result;
+    const QByteArray percents = QByteArray::fromStdString(name).replace("\\x", "%");
+    return QByteArray::fromPercentEncoding(percents).toStdString();
 }
 
 /// What the device manager knows; for those who may not read the device.
@@ -93,7 +83,7 @@ std::string announcedLabel(const std::string& device)
     for (fs::directory_iterator link("/dev/disk/by-label", error), end; !error && link != end;
          link.increment(error)) {
         std::error_code dangling;
-        if (fs::canonical(link->path(), dangling) == node) {
+        if (fs::canonical(link->path(), dangling) == node && !dangling) {
             return decoded(link->path().filename());
         }
     }

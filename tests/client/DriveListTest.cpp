@@ -94,9 +94,7 @@ TEST_F(DriveList, CountsSizesAsTheFileSystemDoes)
     mountExt4("/mnt/disk");
     const Rows rows = listed();
     ASSERT_EQ(rows.size(), 1U);
-    struct statvfs figures
-    {
-    };
+    struct statvfs figures = {};
     ASSERT_EQ(statvfs("/mnt/disk", &figures), 0);
     EXPECT_EQ(rows[0].value(QLatin1String("size")).toDouble(),
               static_cast<double>(figures.f_blocks * figures.f_frsize));

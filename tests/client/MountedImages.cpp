@@ -8,6 +8,7 @@
 #include <QStandardPaths>
 
 #include "tests/support/Process.h"
+#include "tests/support/WaitFor.h"
 #include "tests/system/KernelMounts.h"
 
 namespace fs = std::filesystem;
@@ -31,6 +32,19 @@ std::string missingPrerequisite()
         }
     }
     return {};
+}
+
+/// Loop devices belong to the whole machine: another program may be quicker to take the free one.
+ProcessResult mounted(const std::vector<std::string>& command)
+{
+    ProcessResult result;
+    waitFor(
+        [&] {
+            result = runProgram(command);
+            return result.status == 0 || result.output.find("loop device") == std::string::npos;
+        },
+        std::chrono::seconds(20));
+    return result;
 }
 
 std::string nameOf(const fs::path& process)
@@ -62,7 +76,7 @@ void MountedImages::mount(std::vector<std::string> arguments, const std::string&
     fs::create_directories(directory);
     arguments.insert(arguments.begin(), "mount");
     arguments.push_back(directory);
-    const ProcessResult result = runProgram(arguments);
+    const ProcessResult result = mounted(arguments);
     if (result.status != 0) {
         throw std::runtime_error(result.output);
     }
