@@ -1,7 +1,9 @@
 #include <csignal>
 #include <filesystem>
 
+#include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/sysmacros.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -193,10 +195,12 @@ TEST_F(DriveList, SaysThatNothingIsMounted)
 
 TEST_F(DriveList, SaysWhyThereIsNone)
 {
-    const ProcessResult result = runProgram(
-        {"unshare", "--mount", "sh", "-c", "mount -t tmpfs none /proc && exec \"$0\" list", VRMOUNTCTL});
+    // A device node without a device cannot be opened.
+    ASSERT_EQ(mknod("/tmp/none", S_IFCHR | S_IRUSR, makedev(0, 99)), 0);
+    const std::string script = "mount --bind /tmp/none /proc/$$/mountinfo && exec \"$0\" list";
+    const ProcessResult result = runProgram({"unshare", "--mount", "sh", "-c", script, VRMOUNTCTL});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.output, "vrmountctl: cannot read /proc/self/mountinfo: No such file or directory\n");
+    EXPECT_EQ(result.output, "vrmountctl: cannot read /proc/self/mountinfo: No such device or address\n");
 }
 
 TEST_F(DriveList, LeavesTheServicesLogAlone)
