@@ -1,5 +1,6 @@
 #include "service/Logger.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
@@ -55,16 +56,16 @@ std::string timeStamp()
     return stamp.data();
 }
 
-/// Ends the line in CR LF. Kept: a message that brings its own line feed keeps just that, without a carriage
-/// return; scripts that read the log rely on the bytes.
-void endLine(Buffer& line)
+/// Ends the line, of which `length` bytes were wanted, in CR LF; a line that does not fit is cut for that.
+/// Kept: a message that brings its own line feed keeps just that, without a carriage return; scripts rely on
+/// the bytes.
+void endLine(Buffer& line, std::size_t length)
 {
-    std::size_t length = std::strlen(line.data());
-    if (length > 0 && line[length - 1] == '\n') {
+    const bool fits = length < line.size();
+    if (fits && length > 0 && line[length - 1] == '\n') {
         return;
     }
-    length = std::min(length, line.size() - 3);
-    std::memcpy(&line[length], "\r\n", 3);
+    std::memcpy(&line[std::min(length, line.size() - 3)], "\r\n", 3);
 }
 
 File openForAppending(const std::string& path)
@@ -151,9 +152,9 @@ void Logger::logString(Loglevel level, const std::string& file, const char* form
 
     const std::lock_guard<std::mutex> guard(_lineAtATime);
     Buffer line{};
-    std::snprintf(line.data(), line.size(), "%s %-25s (%i) %s", timeStamp().c_str(), baseName(file).c_str(),
-                  static_cast<int>(level), message.data());
-    endLine(line);
+    const int length = std::snprintf(line.data(), line.size(), "%s %-25s (%i) %s", timeStamp().c_str(),
+                                     baseName(file).c_str(), static_cast<int>(level), message.data());
+    endLine(line, static_cast<std::size_t>(length));
     std::fputs(line.data(), stderr);
     std::fflush(stderr);
     append(_file, _maxSize, line.data());
