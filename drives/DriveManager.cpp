@@ -191,7 +191,7 @@ QString remountByKernel(const DeviceProperties& device, const QString& path, con
         return done(path, options);
     }
     const QString form = QStringLiteral("ERROR remount: [%1] with error: %2");
-    const QString result = form.arg(path, outcome.errorText());
+    QString result = form.arg(path, outcome.errorText());
     LogText::warning(result);
     return result;
 }
@@ -318,7 +318,7 @@ QString DriveManager::remountPath(const QString& path, const QString& options)
             break;
         }
     }
-    const QString result = QStringLiteral("WARNING re-mount path not found: [%1]").arg(path);
+    QString result = QStringLiteral("WARNING re-mount path not found: [%1]").arg(path);
     LogText::warning(result);
     return result;
 }

@@ -13,7 +13,7 @@
 namespace DrivesMap {
 namespace {
 
-constexpr qint64 SizeLimit = 4 * 1024 * 1024;
+constexpr qint64 SizeLimit = 4194304; // 4 MiB
 constexpr QDir::Filters RealDirectories = QDir::Dirs | QDir::NoSymLinks | QDir::NoDotAndDotDot;
 constexpr QDir::Filters RealFiles = QDir::Files | QDir::NoSymLinks | QDir::NoDotAndDotDot;
 
@@ -87,7 +87,7 @@ QString find(const QString& mounts)
 {
     for (const QFileInfo& mount : directoriesIn(mounts)) {
         for (const QFileInfo& programs : directoriesIn(mount.absoluteFilePath(), {QStringLiteral("Prog*")})) {
-            const QString map = findInProgramDirectory(programs.absoluteFilePath());
+            QString map = findInProgramDirectory(programs.absoluteFilePath());
             if (!map.isEmpty()) {
                 return map;
             }

@@ -120,7 +120,7 @@ TEST(WindowsDrives, StreamsAPartitionWithTheLastBlankOfTheLog)
 
 TEST(WindowsDrives, SurvivesAMegabyteOfNoise)
 {
-    std::string noise(1024 * 1024, '\0');
+    std::string noise(1048576, '\0');
     unsigned state = 1;
     for (char& byte : noise) {
         state = state * 1103515245U + 12345U;
