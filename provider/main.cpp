@@ -35,7 +35,8 @@ int serve(DeviceSource& source, const QDBusConnection& bus)
     UDisksService service(source, bus);
     const auto takeName = [&] {
         if (service.takeName()) {
-            say("ready with " + std::to_string(source.devices().size()) + " devices");
+            const size_t count = source.devices().size();
+            say("ready with " + std::to_string(count) + (count == 1 ? " device" : " devices"));
         } else {
             fail("the bus name is not to be had: another provider runs, or the bus does not permit it");
         }

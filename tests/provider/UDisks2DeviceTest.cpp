@@ -11,7 +11,6 @@
 #include "tests/support/TemporaryDirectory.h"
 
 using namespace SampleDisks;
-using testing::ElementsAre;
 
 namespace {
 

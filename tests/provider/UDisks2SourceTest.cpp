@@ -13,7 +13,6 @@ using namespace SampleDisks;
 using namespace UDisksClient;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

@@ -1,0 +1,315 @@
+// The shipped provider over the real udisksd and the real udevd, with disk images on loop devices as the
+// hardware that comes and goes. Runs in the sandbox, and there in a network of its own: that is where the
+// kernel's and udev's announcements are heard.
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include <fcntl.h>
+#include <linux/loop.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+
+#include <QDBusObjectPath>
+
+#include "provider/Descriptor.h"
+#include "tests/provider/UDisksClient.h"
+#include "tests/support/BusBeforeMain.h"
+#include "tests/support/MachineProvider.h"
+#include "tests/support/WaitFor.h"
+
+namespace fs = std::filesystem;
+using namespace UDisksClient;
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::Not;
+
+namespace {
+
+constexpr const char* UDISKSD = "/usr/libexec/udisks2/udisksd";
+constexpr const char* UDEVD = "/lib/systemd/systemd-udevd";
+
+/// The kernel's devices once more, writable: the sandbox's own are not.
+const std::string SYSFS = "/tmp/sysfs";
+
+/// What this machine lacks, or nothing.
+std::string missingPrerequisite()
+{
+    for (const char* program : {UDISKSD, UDEVD, "/usr/sbin/sfdisk"}) {
+        if (!fs::exists(program)) {
+            return std::string(program) + " is not installed";
+        }
+    }
+    if (busBeforeMain() == nullptr) {
+        return "dbus-daemon is not installed";
+    }
+    return fs::exists("/dev/loop-control") ? "" : "this kernel has no loop devices";
+}
+
+/// udevd looks into every device that has a node. Those of others, attached meanwhile, must have none here.
+void removeLoopNodes()
+{
+    for (const auto& entry : fs::directory_iterator("/dev")) {
+        if (entry.is_block_file()) {
+            unlink(entry.path().c_str());
+        }
+    }
+}
+
+int freeLoopDevice()
+{
+    const Descriptor control(open("/dev/loop-control", O_RDWR | O_CLOEXEC));
+    return ioctl(control.get(), LOOP_CTL_GET_FREE);
+}
+
+/// An image attached by losetup, as a disk with the partitions that are on it; `name` is loop0 or so.
+class Disk
+{
+public:
+    explicit Disk(const std::string& image)
+    {
+        for (int attempt = 0; attempt < 20 && _name.empty(); ++attempt) {
+            attach(image, freeLoopDevice());
+        }
+        if (_name.empty()) {
+            throw std::runtime_error("no free loop device");
+        }
+    }
+    ~Disk() { detach(); }
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+
+    const std::string& name() const { return _name; }
+    std::string node() const { return "/dev/" + _name; }
+    std::string partition(int number) const { return _name + "p" + std::to_string(number); }
+
+    /// Finds its partitions (not every kernel does that by itself), makes their nodes, which are numbered as
+    /// they come, and has udev look at them again.
+    void findPartitions() const
+    {
+        runProgram({"partx", "--add", node()});
+        for (const auto& entry : fs::directory_iterator("/sys/block/" + _name)) {
+            const std::string name = entry.path().filename();
+            if (fs::exists(entry.path() / "partition")) {
+                unsigned majorNumber = 0;
+                unsigned minorNumber = 0;
+                char colon = 0;
+                std::ifstream(entry.path() / "dev") >> majorNumber >> colon >> minorNumber;
+                mknod(("/dev/" + name).c_str(), S_IFBLK | 0660, makedev(majorNumber, minorNumber));
+                std::ofstream(SYSFS + "/class/block/" + name + "/uevent") << "change";
+            }
+        }
+    }
+
+    void detach()
+    {
+        if (!_name.empty()) {
+            runProgram({"losetup", "-d", node()});
+            removeLoopNodes();
+            _name.clear();
+        }
+    }
+
+private:
+    void attach(const std::string& image, int number)
+    {
+        const std::string name = "loop" + std::to_string(number);
+        const std::string node = "/dev/" + name;
+        mknod(node.c_str(), S_IFBLK | 0660, makedev(7, static_cast<unsigned>(number)));
+        if (runProgram({"losetup", "--partscan", node, image}).status == 0) {
+            _name = name;
+        } else {
+            unlink(node.c_str());
+        }
+    }
+
+    std::string _name;
+};
+
+class RealUDisks2Test : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        unshare(CLONE_NEWNET);
+        fs::create_directories(SYSFS);
+        mount("sysfs", SYSFS.c_str(), "sysfs", 0, nullptr);
+    }
+
+    void SetUp() override
+    {
+        const std::string missing = missingPrerequisite();
+        if (!missing.empty()) {
+            GTEST_SKIP() << missing;
+        }
+        removeLoopNodes();
+        fs::create_directories("/run/udev");
+        fs::create_directories("/run/udisks2");
+        fs::create_directories("/var/lib/udisks2");
+        udevd = std::make_unique<Process>(std::vector<std::string>{UDEVD});
+        ASSERT_TRUE(waitFor([] { return fs::exists("/run/udev/control"); }));
+        startUDisks2();
+        provider = std::make_unique<Process>(std::vector<std::string>{MachineProvider::PROGRAM},
+                                             directory.path() + "/output");
+        ASSERT_TRUE(says("ready with")) << provider->output();
+    }
+
+    void startUDisks2()
+    {
+        udisksd = std::make_unique<Process>(std::vector<std::string>{UDISKSD}, directory.path() + "/udisksd");
+    }
+
+    bool says(const std::string& text)
+    {
+        return waitFor([&] { return provider->output().find(text) != std::string::npos; }, 10s);
+    }
+
+    std::string image(std::vector<std::string> formatter) const
+    {
+        std::string file = directory.path() + "/image";
+        std::ofstream(file).flush();
+        fs::resize_file(file, 16 << 20);
+        formatter.push_back(file);
+        const ProcessResult made = runProgram(formatter);
+        EXPECT_EQ(made.status, 0) << made.output;
+        return file;
+    }
+
+    std::string partitionedImage(const std::string& table) const
+    {
+        return image({"bash", "-c", "printf '" + table + "' | sfdisk --quiet \"$0\""});
+    }
+
+    static bool appears(const std::string& name)
+    {
+        return waitFor([&] { return testing::Value(enumerate(), Contains(name)); }, 10s);
+    }
+
+    static bool vanishes(const std::string& name)
+    {
+        return waitFor([&] { return testing::Value(enumerate(), Not(Contains(name))); }, 10s);
+    }
+
+    TemporaryDirectory directory;
+    std::unique_ptr<Process> udevd;
+    std::unique_ptr<Process> udisksd;
+    std::unique_ptr<Process> provider;
+};
+
+} // namespace
+
+TEST_F(RealUDisks2Test, TellsOfADeviceThatComesWithItsIdentificationAndOfItsEnd)
+{
+    const std::string file =
+        image({"mkfs.ext4", "-q", "-L", "MY DATA", "-U", "01234567-89ab-cdef-0123-456789abcdef"});
+    Signals signalLog;
+    Disk disk(file);
+    const std::string name = disk.name();
+    EXPECT_TRUE(
+        waitFor([&] { return testing::Value(signalLog.atLeast(1), Contains("DeviceAdded " + name)); }));
+    EXPECT_EQ(text(name, "IdUsage").toStdString(), "filesystem");
+    EXPECT_EQ(text(name, "IdType").toStdString(), "ext4");
+    EXPECT_EQ(text(name, "IdLabel").toStdString(), "MY DATA");
+    EXPECT_EQ(text(name, "IdUuid").toStdString(), "01234567-89ab-cdef-0123-456789abcdef");
+    EXPECT_EQ(text(name, "DeviceFile").toStdString(), "/dev/" + name);
+    EXPECT_EQ(property(name, "DeviceFileById").toStringList(),
+              QStringList(QStringLiteral("/dev/disk/by-uuid/01234567-89ab-cdef-0123-456789abcdef")));
+    EXPECT_EQ(property(name, "DeviceMajor"), QVariant(qlonglong(7)));
+    EXPECT_EQ(property(name, "DeviceSize"), QVariant(qulonglong(16 << 20)));
+    EXPECT_EQ(property(name, "DeviceBlockSize"), QVariant(qulonglong(512)));
+    EXPECT_EQ(property(name, "DeviceIsDrive"), QVariant(true));
+    EXPECT_EQ(text(name, "LinuxLoopFilename").toStdString(), file);
+    EXPECT_EQ(allProperties(name).size(), 133);
+    disk.detach();
+    EXPECT_TRUE(
+        waitFor([&] { return testing::Value(signalLog.atLeast(1), Contains("DeviceRemoved " + name)); }));
+    EXPECT_TRUE(vanishes(name));
+}
+
+TEST_F(RealUDisks2Test, CarriesTheLabelAndTheSerialNumberOfAnNtfsVolumeRaw)
+{
+    if (!fs::exists("/usr/sbin/mkfs.ntfs")) {
+        GTEST_SKIP() << "mkfs.ntfs is not installed";
+    }
+    const Disk disk(image({"mkfs.ntfs", "-q", "-F", "-f", "-L", "B\xc3\xbc\x63her / 1"}));
+    ASSERT_TRUE(appears(disk.name()));
+    EXPECT_EQ(text(disk.name(), "IdType").toStdString(), "ntfs");
+    EXPECT_EQ(text(disk.name(), "IdLabel").toStdString(), "B\xc3\xbc\x63her / 1");
+    EXPECT_THAT(text(disk.name(), "IdUuid").toStdString(), testing::MatchesRegex("[0-9A-F]{16}"));
+}
+
+TEST_F(RealUDisks2Test, ShowsThePartitionsOfAnMbrDisk)
+{
+    const Disk disk(partitionedImage("label: dos\n,4M,7,*\n,,E\n,,L\n"));
+    disk.findPartitions();
+    const struct
+    {
+        int number;
+        const char* type;
+        QStringList flags;
+    } table[] = {{1, "0x07", {QStringLiteral("boot")}}, {2, "0x05", {}}, {5, "0x83", {}}};
+    for (const auto& row : table) {
+        const std::string name = disk.partition(row.number);
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(appears(name));
+        EXPECT_EQ(text(name, "PartitionScheme").toStdString(), "mbr");
+        EXPECT_EQ(text(name, "PartitionType").toStdString(), row.type);
+        EXPECT_EQ(property(name, "PartitionFlags").toStringList(), row.flags);
+        EXPECT_EQ(property(name, "PartitionNumber"), QVariant(row.number));
+        EXPECT_EQ(property(name, "DeviceIsPartition"), QVariant(true));
+        EXPECT_EQ(property(name, "DeviceIsDrive"), QVariant(false));
+        EXPECT_EQ(property(name, "DeviceMajor"), QVariant(qlonglong(259)));
+        EXPECT_EQ(text(name, "IdUsage").toStdString(), "");
+        EXPECT_EQ(property(name, "PartitionSlave").value<QDBusObjectPath>().path().toStdString(),
+                  "/org/freedesktop/UDisks/devices/" + disk.name());
+    }
+    EXPECT_EQ(text(disk.name(), "PartitionTableScheme").toStdString(), "mbr");
+}
+
+TEST_F(RealUDisks2Test, ShowsThePartitionsOfAGptDisk)
+{
+    const Disk disk(partitionedImage(
+        "label: gpt\nsize=4M, type=ebd0a0a2-b9e5-4433-87c0-68b6b72699c7, attrs=RequiredPartition\n"));
+    disk.findPartitions();
+    const std::string name = disk.partition(1);
+    ASSERT_TRUE(appears(name));
+    EXPECT_EQ(text(name, "PartitionScheme").toStdString(), "gpt");
+    EXPECT_EQ(text(name, "PartitionType").toStdString(), "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7");
+    EXPECT_EQ(property(name, "PartitionFlags").toStringList(), QStringList(QStringLiteral("required")));
+}
+
+TEST_F(RealUDisks2Test, KnowsOfAMountBeforeUDisks2Does)
+{
+    const Disk disk(image({"mkfs.ext4", "-q"}));
+    ASSERT_TRUE(appears(disk.name()));
+    fs::create_directories("/tmp/mounts/a");
+    udisksd->send(SIGSTOP);
+    ASSERT_EQ(mount(disk.node().c_str(), "/tmp/mounts/a", "ext4", 0, nullptr), 0);
+    EXPECT_EQ(property(disk.name(), "DeviceMountPaths").toStringList(),
+              QStringList(QStringLiteral("/tmp/mounts/a")));
+    EXPECT_EQ(property(disk.name(), "DeviceIsMounted"), QVariant(true));
+    umount("/tmp/mounts/a");
+    EXPECT_EQ(property(disk.name(), "DeviceIsMounted"), QVariant(false));
+    udisksd->send(SIGCONT);
+}
+
+TEST_F(RealUDisks2Test, KeepsTheDevicesWhenUDisks2Crashes)
+{
+    const Disk disk(image({"mkfs.ext4", "-q", "-L", "KEPT"}));
+    ASSERT_TRUE(appears(disk.name()));
+    Signals signalLog;
+    udisksd->send(SIGKILL);
+    ASSERT_TRUE(says("UDisks2 is gone"));
+    EXPECT_EQ(text(disk.name(), "IdLabel").toStdString(), "KEPT");
+    startUDisks2();
+    ASSERT_TRUE(says("UDisks2 is there"));
+    EXPECT_EQ(text(disk.name(), "IdLabel").toStdString(), "KEPT");
+    EXPECT_THAT(signalLog.atLeast(0), Not(Contains("DeviceRemoved " + disk.name())));
+}
