@@ -1,0 +1,110 @@
+// What single functions cost, without any bus, kernel or file.
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+
+#include "drives/DriveLetters.h"
+#include "server/MountCommand.h"
+#include "service/LogOutput.h"
+#include "service/LogText.h"
+#include "service/Trace.h"
+
+/// Fatal messages only: what is measured is not the log.
+Vorna::Logger* g_dbgR = Vorna::Logger::instance("/tmp/micro_bench.log", Vorna::Fatal, 1048576);
+
+namespace {
+
+QString request(int64_t arguments)
+{
+    QString result = QStringLiteral("remount:");
+    for (int64_t index = 0; index < arguments; ++index) {
+        result += QStringLiteral("/media/disk%1=rw,noatime|").arg(index);
+    }
+    return result;
+}
+
+QList<WindowsDrives::Partition> drivesMap(int64_t partitions)
+{
+    QList<WindowsDrives::Partition> result;
+    for (int64_t index = 1; index <= partitions; ++index) {
+        const auto number = static_cast<int>(index);
+        result.append(
+            {number, static_cast<quint32>(number), QStringLiteral("SERIAL"), {QStringLiteral("C:")}});
+    }
+    return result;
+}
+
+void parsesRequest(benchmark::State& state)
+{
+    const QString text = request(state.range(0));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(MountCommand(text));
+    }
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(parsesRequest)->RangeMultiplier(8)->Range(1, 512)->Complexity();
+
+void formatsRequest(benchmark::State& state)
+{
+    const MountCommand command(request(state.range(0)));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(command.toString());
+    }
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(formatsRequest)->RangeMultiplier(8)->Range(1, 512)->Complexity();
+
+void refusesUnknownCommand(benchmark::State& state)
+{
+    const QString text = QStringLiteral("hello");
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(MountCommand(text));
+    }
+}
+BENCHMARK(refusesUnknownCommand);
+
+/// The partition looked for is the last of the map.
+void findsLetterInMap(benchmark::State& state)
+{
+    const QList<WindowsDrives::Partition> map = drivesMap(state.range(0));
+    const QString key = QString::number(state.range(0), 16);
+    for (auto _ : state) {
+        QString runningLetter = QStringLiteral("C:");
+        benchmark::DoNotOptimize(DriveLetters::fromMap(map, key, runningLetter));
+    }
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(findsLetterInMap)->RangeMultiplier(8)->Range(8, 4096)->Complexity();
+
+void quotesText(benchmark::State& state)
+{
+    const QString text(static_cast<int>(state.range(0)), QLatin1Char('x'));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(LogText::quoted(text));
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(quotesText)->Arg(32)->Arg(4096);
+
+void escapesControlCharacters(benchmark::State& state)
+{
+    const QString text(static_cast<int>(state.range(0)), QLatin1Char('\n'));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(LogText::quoted(text));
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(escapesControlCharacters)->Arg(32)->Arg(4096);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    installLogOutput();
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return EXIT_FAILURE;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,214 @@
+#include "tests/bench/Topics.h"
+
+#include <filesystem>
+#include <stdexcept>
+
+#include <sys/mount.h>
+
+#include "tests/bench/BusTraffic.h"
+#include "tests/bench/Figures.h"
+#include "tests/bench/MountWatch.h"
+#include "tests/bench/Programs.h"
+#include "tests/bench/RoundTrip.h"
+#include "tests/bench/ServiceRun.h"
+#include "tests/bench/TestMachine.h"
+
+using Figures::Clock;
+using Figures::Sample;
+using Figures::text;
+
+namespace {
+
+constexpr int Rounds = 7;
+constexpr int RunsOfARound = 3;
+constexpr double Allowance = 1.3;
+/// A device's twenty lines in the log, twice to see whether it is a partition of a disk, three times to mount
+/// it and five times to arrange it.
+constexpr int QuestionsADevice = 20 + 2 + 3 + 5;
+constexpr int QuestionsAtStart = 1; ///< which devices there are
+
+/// What was measured with one number of partitions.
+struct Figure
+{
+    int devices = 0;
+    Sample service;
+    Sample bare;
+    Sample roundTrip;
+    BusTraffic::Calls calls;
+
+    int asked() const { return QuestionsADevice * devices + QuestionsAtStart; }
+    double onTop(double share) const { return service.quantile(share) - bare.quantile(share); }
+    double aim() const { return Allowance * asked() * roundTrip.median(); }
+};
+
+double serviceRun(int devices, MountWatch& arranged)
+{
+    ServiceRun service;
+    arranged.waitFor(devices);
+    const double time = Figures::milliseconds(Clock::now() - service.start());
+    service.stop();
+    arranged.waitFor(0);
+    return time;
+}
+
+void takeDown(const std::filesystem::path& root)
+{
+    for (const auto& entry : std::filesystem::directory_iterator(root)) {
+        umount(entry.path().c_str());
+        std::filesystem::remove(entry.path());
+    }
+}
+
+std::vector<std::string> bareCommand(const std::vector<std::string>& nodes)
+{
+    std::vector<std::string> result = {BARE_MOUNTS};
+    result.insert(result.end(), nodes.begin(), nodes.end());
+    return result;
+}
+
+double bareRun(const std::vector<std::string>& nodes, MountWatch& arranged)
+{
+    const auto start = Clock::now();
+    Process program(bareCommand(nodes), "/tmp/bare.output");
+    arranged.waitFor(static_cast<int>(nodes.size()));
+    const double time = Figures::milliseconds(Clock::now() - start);
+    if (program.waitForEnd() != 0) {
+        throw std::runtime_error("the bare sequence fails: " + program.output());
+    }
+    takeDown("/media");
+    return time;
+}
+
+void measureRound(Figure& figure)
+{
+    const TestMachine machine(figure.devices);
+    MountWatch arranged("/media/");
+    serviceRun(figure.devices, arranged);
+    bareRun(machine.nodes(), arranged);
+    for (int run = 0; run < RunsOfARound; ++run) {
+        figure.service.add(serviceRun(figure.devices, arranged));
+        figure.bare.add(bareRun(machine.nodes(), arranged));
+        figure.roundTrip.add(bareRoundTrip("sda1"));
+    }
+}
+
+void watchTraffic(Figure& figure)
+{
+    const TestMachine machine(figure.devices);
+    MountWatch arranged("/media/");
+    BusTraffic traffic;
+    serviceRun(figure.devices, arranged);
+    figure.calls = traffic.calls();
+}
+
+std::vector<Figure> measure(Sample& client)
+{
+    std::vector<Figure> result;
+    for (const int devices : {1, 4, 8, 16}) {
+        result.emplace_back().devices = devices;
+    }
+    // In rounds, so that whatever else the machine does hits every number of partitions alike.
+    for (int round = 0; round < Rounds; ++round) {
+        for (Figure& figure : result) {
+            measureRound(figure);
+        }
+        const TestMachine machine(1);
+        client.add(runToEnd({BARE_BUS_CLIENT}));
+        client.add(runToEnd({BARE_BUS_CLIENT}));
+    }
+    for (Figure& figure : result) {
+        watchTraffic(figure);
+    }
+    return result;
+}
+
+std::string verdict(double value, double aim)
+{
+    return value <= aim ? "met" : "missed";
+}
+
+struct Statistic
+{
+    std::string name;
+    double share = 0;
+};
+
+void printTimes(const std::vector<Figure>& all, const Sample& clients, const Statistic& statistic)
+{
+    const double client = clients.quantile(statistic.share);
+    std::vector<Figures::Row> rows;
+    for (const Figure& it : all) {
+        const double service = it.service.quantile(statistic.share);
+        const double bare = it.bare.quantile(statistic.share);
+        const double onTop = it.onTop(statistic.share);
+        rows.push_back({text(it.devices), text(service), text(bare), text(service / bare), text(onTop),
+                        text(it.aim()), verdict(onTop, it.aim()), text(onTop - client),
+                        verdict(onTop - client, it.aim())});
+    }
+    Figures::print("From the start of the service to the last move, ext4 partitions: " + statistic.name,
+                   {"partitions", "service", "bare calls", "ratio", "on top", "aim", "", "without start", ""},
+                   rows);
+    Figures::remark("\"Without start\": less what a bare bus client takes that starts, asks once and ends, " +
+                    text(client) + ".");
+}
+
+void printGrowth(const std::vector<Figure>& all, const Statistic& statistic)
+{
+    std::vector<Figures::Row> rows;
+    for (std::size_t index = 1; index < all.size(); ++index) {
+        const Figure& less = all[index - 1];
+        const Figure& more = all[index];
+        const double devices = more.devices - less.devices;
+        const double bare =
+            (more.bare.quantile(statistic.share) - less.bare.quantile(statistic.share)) / devices;
+        const double onTop = (more.onTop(statistic.share) - less.onTop(statistic.share)) / devices;
+        const double aim = Allowance * QuestionsADevice * more.roundTrip.median();
+        rows.push_back({"from " + text(less.devices) + " to " + text(more.devices), text(bare + onTop),
+                        text(bare), text(onTop), text(aim), verdict(onTop, aim)});
+    }
+    Figures::print("What one more partition takes: " + statistic.name,
+                   {"partitions", "service", "bare calls", "on top", "aim", ""}, rows);
+}
+
+void printRoundTrips(const std::vector<Figure>& all)
+{
+    std::vector<Figures::Row> rows;
+    for (const Figure& it : all) {
+        const int made = BusTraffic::roundTrips(it.calls);
+        rows.push_back({text(it.devices), text(it.asked()), text(made),
+                        text(static_cast<double>(made) / it.asked()), text(it.roundTrip.median(), 3)});
+    }
+    Figures::print("Round trips over the bus",
+                   {"partitions", "questions asked for", "round trips made", "ratio", "a bare one takes"},
+                   rows);
+}
+
+void printCalls(const Figure& less, const Figure& more)
+{
+    std::vector<Figures::Row> rows;
+    const double devices = more.devices - less.devices;
+    for (const auto& [method, sent] : more.calls) {
+        const auto found = less.calls.find(method);
+        const BusTraffic::Sent before = found == less.calls.end() ? BusTraffic::Sent() : found->second;
+        rows.push_back({method, text(sent.answered), text((sent.answered - before.answered) / devices),
+                        text(sent.unanswered), text((sent.unanswered - before.unanswered) / devices)});
+    }
+    Figures::print("What the service sends over the bus, " + text(more.devices) + " partitions",
+                   {"method", "round trips", "a partition", "unanswered", "a partition"}, rows);
+}
+
+} // namespace
+
+void Topics::startUp()
+{
+    Sample client;
+    const std::vector<Figure> all = measure(client);
+    for (const Statistic& statistic : {Statistic{"median", 0.5}, Statistic{"quickest tenth", 0.1}}) {
+        printTimes(all, client, statistic);
+        printGrowth(all, statistic);
+    }
+    Figures::remark(text(Rounds * RunsOfARound) + " runs of whole programs. The aim is " +
+                    text(Allowance, 1) + " times the questions asked for, times a bare round trip.");
+    printRoundTrips(all);
+    printCalls(all.front(), all.back());
+}
