@@ -103,7 +103,7 @@ public:
                 char colon = 0;
                 std::ifstream(entry.path() / "dev") >> majorNumber >> colon >> minorNumber;
                 mknod(("/dev/" + name).c_str(), S_IFBLK | 0660, makedev(majorNumber, minorNumber));
-                std::ofstream(SYSFS + "/class/block/" + name + "/uevent") << "change";
+                std::ofstream(fs::path(SYSFS) / "class/block" / name / "uevent") << "change";
             }
         }
     }
