@@ -108,11 +108,11 @@ TEST_F(TheClient, SaysWhyTheServiceCannotBeReached)
     EXPECT_EQ(run({"--socket", "\x1b[2J", "send", "x"}), refusal("\\x1b[2J", "No such file or directory"));
 }
 
-TEST_F(TheClient, SaysThatTheServiceWentAwayWithTheRequestUnread)
+TEST_F(TheClient, SaysThatTheServiceWentAwayInsteadOfReplying)
 {
     listen();
     Client client({"--socket", "socket", "send", "x"});
-    accept()->close();
+    abandonClient();
     const ClientResult result = resultOf(client);
     EXPECT_EQ(result.status, 3);
     EXPECT_THAT(result.complaint, HasSubstr("cannot reach the service at socket: the service went away"));

@@ -29,6 +29,13 @@ protected:
         _server->listen(backlog);
     }
 
+    /// Ends as a service does that dies while a client waits in its queue.
+    void abandonClient()
+    {
+        EXPECT_GT(_server->select(3000), 0);
+        _server.reset();
+    }
+
     /// The next client; the test ends if there is none within some seconds.
     Connection accept()
     {
