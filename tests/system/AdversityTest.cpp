@@ -6,16 +6,17 @@
 #include <sys/stat.h>
 
 #include "tests/support/WaitFor.h"
+#include "tests/system/CommandClient.h"
 #include "tests/system/Files.h"
 #include "tests/system/Images.h"
 #include "tests/system/KernelMounts.h"
+#include "tests/system/StandIn.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -27,6 +28,14 @@ void writeDrivesMap(const std::string& content)
 {
     fs::create_directories(MapDirectory);
     Files::write(MapFile, content);
+}
+
+long timesTraced(const std::string& operation)
+{
+    const std::vector<std::string> traces = ServiceLog::messages(Vorna::Trace);
+    return std::count_if(traces.begin(), traces.end(), [&](const std::string& trace) {
+        return trace.substr(trace.find(']') + 1) == operation;
+    });
 }
 
 std::string noise(std::size_t size)
@@ -115,13 +124,42 @@ TEST_F(AdversityTest, UDisksThatHangsDuringStartUpDoesNotHoldTheService)
     machine.thawUDisks();
 }
 
-TEST_F(AdversityTest, UDisksThatHangsWhileAStickArrivesDoesNotHoldTheService)
+TEST_F(AdversityTest, UDisksThatHangsInTheMiddleOfTheArrangementDoesNotHoldTheService)
 {
-    machine.addInternal("sda1", Images::ext4("disk", "disk"));
-    machine.addUnplugged("sdb1", Images::ext4("stick", "STICK"));
+    machine.addInternal("sda1", Images::ntfs("os", "OS"));
+    machine.addInternal("sda2", Images::ext4("disk", "disk"));
+    machine.start();
+    const Process::Environment environment = StandIn::environment();
+    StandIn::make("ntfs-3g", "kill -STOP " + std::to_string(machine.udisksId()) +
+                                 "\n/usr/bin/ntfs-3g \"$@\"\nstatus=$?\ntouch /tmp/frozen\nexit $status\n");
+    Service service({"log=10"}, environment);
+    ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/frozen"); }));
+    EXPECT_EQ(service.stop(SIGTERM, 10s), 0);
+    EXPECT_FALSE(fs::exists(Paths::PidFile));
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    machine.thawUDisks();
+}
+
+TEST_F(AdversityTest, UDisksThatHangsDuringARemountDoesNotHoldTheService)
+{
+    machine.addInternal("sda1", Images::ntfs("os", "OS"));
     start();
     machine.freezeUDisks();
+    const CommandClient client;
+    client.send("remount:/media/C:=ro");
+    ASSERT_TRUE(waitFor([] { return timesTraced("remountPath") == 2; })) << "once was at the start";
     EXPECT_EQ(service().stop(SIGTERM, 10s), 0);
+    expectQuotedWarning("WARNING re-mount path not found: [/media/C:]");
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    machine.thawUDisks();
+}
+
+TEST_F(AdversityTest, UDisksThatHangsWhenNothingIsAskedDoesNotHoldTheService)
+{
+    machine.addInternal("sda1", Images::ext4("disk", "disk"));
+    start();
+    machine.freezeUDisks();
+    EXPECT_EQ(service().stop(SIGTERM, 3s), 0);
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     machine.thawUDisks();
 }
@@ -180,7 +218,7 @@ TEST_F(AdversityTest, EmptyDrivesMapGivesNoLetters)
 
 TEST_F(AdversityTest, DrivesMapOfNoiseGivesNoLetters)
 {
-    writeDrivesMap(noise(1024 * 1024));
+    writeDrivesMap(noise(1048576));
     machine.addInternal("sda1", Images::ntfs("os", "OS"));
     start();
     EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");

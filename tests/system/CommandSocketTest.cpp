@@ -105,6 +105,7 @@ TEST_F(CommandSocketTest, ServesFiftyClientsThatComeAtOnce)
     start();
     std::vector<std::string> replies(Clients);
     std::vector<std::thread> clients;
+    clients.reserve(Clients);
     for (std::string& reply : replies) {
         clients.emplace_back([&reply] { reply = ask("move:a=b"); });
     }

@@ -9,6 +9,7 @@
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/WaitFor.h"
+#include "tests/system/Files.h"
 #include "tests/system/KernelMounts.h"
 
 namespace fs = std::filesystem;
@@ -16,7 +17,7 @@ namespace fs = std::filesystem;
 namespace Images {
 namespace {
 
-constexpr std::uintmax_t ImageSize = 6 * 1024 * 1024;
+constexpr std::uintmax_t ImageSize = 6291456;
 
 const Process::Environment Utf8Locale = {{"LC_ALL", "C.UTF-8"}};
 
@@ -72,8 +73,8 @@ private:
 std::string blank(const std::string& name)
 {
     fs::create_directories("/tmp/images");
-    const std::string image = "/tmp/images/" + name;
-    std::ofstream{image};
+    std::string image = "/tmp/images/" + name;
+    Files::write(image, "");
     fs::resize_file(image, ImageSize);
     return image;
 }
@@ -81,7 +82,7 @@ std::string blank(const std::string& name)
 std::string ntfs(const std::string& name, const std::string& label, const Entries& entries,
                  const std::string& serial)
 {
-    const std::string image = blank(name);
+    std::string image = blank(name);
     run({"mkfs.ntfs", "-F", "-Q", "-q", "-L", label, image});
     if (!serial.empty()) {
         run({"ntfslabel", "--new-serial=" + serial, image});
@@ -96,7 +97,7 @@ std::string ntfs(const std::string& name, const std::string& label, const Entrie
 std::string ext4(const std::string& name, const std::string& label, const Entries& entries,
                  const std::string& uuid)
 {
-    const std::string image = blank(name);
+    std::string image = blank(name);
     const TemporaryDirectory content;
     fill(content.path(), entries);
     run({"mkfs.ext4", "-F", "-q", "-L", label, "-U", uuid.empty() ? "random" : uuid, "-d", content.path(),
@@ -106,7 +107,7 @@ std::string ext4(const std::string& name, const std::string& label, const Entrie
 
 std::string swap(const std::string& name, const std::string& label)
 {
-    const std::string image = blank(name);
+    std::string image = blank(name);
     run({"mkswap", "-L", label, image});
     return image;
 }

@@ -14,8 +14,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
-using testing::StartsWith;
 
 namespace {
 

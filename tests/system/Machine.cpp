@@ -1,28 +1,14 @@
 #include "tests/system/Machine.h"
 
 #include <csignal>
-#include <stdexcept>
-
-#include "tests/support/WaitFor.h"
-#include "tests/system/Files.h"
 
 namespace {
-
-const std::string MachineFile = "/tmp/machine.ini";
 
 Machine::Settings with(const std::string& first, const Machine::Settings& others)
 {
     Machine::Settings result = {first};
     result.insert(result.end(), others.begin(), others.end());
     return result;
-}
-
-void command(const std::string& word, const std::string& node)
-{
-    const ProcessResult result = runProgram({VRUDISKS, word, node});
-    if (result.status != 0) {
-        throw std::runtime_error(result.output);
-    }
 }
 
 } // namespace
@@ -55,33 +41,27 @@ void Machine::add(const std::string& node, const std::string& image, const Setti
 
 void Machine::start()
 {
-    Files::write(MachineFile, _description);
-    _udisks = std::make_unique<Process>(std::vector<std::string>{VRUDISKS, "--machine", MachineFile},
-                                        "/tmp/udisks.output");
-    const auto isReady = [this] { return _udisks->output().find("ready") != std::string::npos; };
-    if (!waitFor([&] { return isReady() || !_udisks->isRunning(); }) || !isReady()) {
-        throw std::runtime_error("UDisks does not come up: " + _udisks->output());
-    }
+    _udisks = std::make_unique<MachineProvider>(_description);
 }
 
-void Machine::freezeUDisks() const
+void Machine::freezeUDisks()
 {
-    _udisks->send(SIGSTOP);
+    _udisks->process().send(SIGSTOP);
 }
 
-void Machine::thawUDisks() const
+void Machine::thawUDisks()
 {
-    _udisks->send(SIGCONT);
+    _udisks->process().send(SIGCONT);
 }
 
-void Machine::plug(const std::string& node) const
+void Machine::plug(const std::string& node)
 {
-    command("plug", node);
+    _udisks->plug(node);
 }
 
-void Machine::unplug(const std::string& node) const
+void Machine::unplug(const std::string& node)
 {
-    command("unplug", node);
+    _udisks->unplug(node);
 }
 
 std::string Machine::encoded(const std::string& value)

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/Process.h"
+#include "tests/support/MachineProvider.h"
 
 /// A made-up PC: disk images as block devices below /dev, and the UDisks service that knows them.
 class Machine
@@ -25,12 +25,14 @@ public:
     /// Ends UDisks; what is mounted stays mounted.
     void stopUDisks() { _udisks.reset(); }
     /// Lets UDisks hang, and go on.
-    void freezeUDisks() const;
-    void thawUDisks() const;
+    void freezeUDisks();
+    void thawUDisks();
+    /// The process that is UDisks here.
+    pid_t udisksId() { return _udisks->process().id(); }
 
     /// These throw std::runtime_error if UDisks refuses.
-    void plug(const std::string& node) const;
-    void unplug(const std::string& node) const;
+    void plug(const std::string& node);
+    void unplug(const std::string& node);
 
     /// A property's value as the machine file wants it, whatever bytes it holds.
     static std::string encoded(const std::string& value);
@@ -39,5 +41,5 @@ private:
     void add(const std::string& node, const std::string& image, const Settings& settings);
 
     std::string _description = "; a made-up PC\n";
-    std::unique_ptr<Process> _udisks;
+    std::unique_ptr<MachineProvider> _udisks;
 };

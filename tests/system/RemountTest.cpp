@@ -1,5 +1,4 @@
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -11,6 +10,7 @@
 #include "tests/system/Files.h"
 #include "tests/system/Images.h"
 #include "tests/system/KernelMounts.h"
+#include "tests/system/StandIn.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;
@@ -19,8 +19,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-const std::string StandIns = "/tmp/bin";
 
 /// What the log tells from debug level on since it had `count` lines.
 std::vector<std::string> toldSince(std::size_t count)
@@ -39,13 +37,6 @@ bool isReadOnly(const std::string& directory)
 {
     const auto mount = KernelMounts::at(directory);
     return mount && mount->isReadOnly;
-}
-
-/// A program that the service finds on its PATH before the real one.
-void makeStandIn(const std::string& name, const std::string& script)
-{
-    Files::write(StandIns + "/" + name, "#!/bin/sh\n" + script);
-    fs::permissions(StandIns + "/" + name, fs::perms::owner_all);
 }
 
 std::vector<pid_t> processesOf(const std::string& program)
@@ -86,12 +77,11 @@ protected:
         if (IsSkipped()) {
             return;
         }
-        fs::create_directories(StandIns);
         const std::string image = Images::ntfs("os", "OS", {"Windows/", "Windows/win.ini"});
         prepare(image);
         machine.addInternal("sda1", image);
         machine.addInternal("sda2", Images::ext4("linux", "linux"));
-        start({"log=10"}, {{"PATH", StandIns + ":" + std::getenv("PATH")}});
+        start({"log=10"}, StandIn::environment());
         _linesBefore = ServiceLog::lines().size();
     }
 
@@ -165,7 +155,7 @@ TEST_F(RemountTest, BusyNtfsStaysAsItIsAndTheWholeChainIsLogged)
 
 TEST_F(RemountTest, FailingDriverFallsBackToReadOnlyWithAnEmptyReply)
 {
-    makeStandIn("ntfs-3g", "[ \"$1\" = -oro ] || exit 1\nexec /usr/bin/ntfs-3g \"$@\"\n");
+    StandIn::make("ntfs-3g", "[ \"$1\" = -oro ] || exit 1\nexec /usr/bin/ntfs-3g \"$@\"\n");
     EXPECT_EQ(ask("remount:/media/C:=rw"), "");
     EXPECT_TRUE(isReadOnly("/media/C:"));
     EXPECT_THAT(told(), ElementsAre("\"ntfs-3g /dev/sda1 /media/C: -orw\" ", "\"WARNING ntfs-3g: 0x100\" ",
@@ -176,12 +166,12 @@ TEST_F(RemountTest, FailingDriverFallsBackToReadOnlyWithAnEmptyReply)
 
 TEST_F(RemountTest, DriverThatFailsTwiceLeavesTheDriveUnmountedWithAnEmptyReply)
 {
-    makeStandIn("ntfs-3g", "kill -KILL $$\n");
+    StandIn::make("ntfs-3g", "kill -KILL $$\n");
     EXPECT_EQ(ask("remount:/media/C:=rw"), "");
     EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "nothing");
     expectQuotedWarning("WARNING ntfs-3g: 0x8900");
     expectQuotedWarning("ERROR ntfs-3g: 0x8900");
-    fs::remove(StandIns + "/ntfs-3g");
+    StandIn::remove("ntfs-3g");
     EXPECT_EQ(ask("remount:/media/C:=rw"), "WARNING re-mount path not found: [/media/C:]");
     expectQuotedWarning("WARNING re-mount path not found: [/media/C:]");
     stop();
@@ -189,7 +179,7 @@ TEST_F(RemountTest, DriverThatFailsTwiceLeavesTheDriveUnmountedWithAnEmptyReply)
 
 TEST_F(RemountTest, MissingRepairToolDoesNotStopTheRemount)
 {
-    makeStandIn("ntfsfix", "exit 1\n");
+    StandIn::make("ntfsfix", "exit 1\n");
     EXPECT_EQ(ask("remount:/media/C:=remove_hiberfile"),
               "DONE remount: [/media/C:] with options: [remove_hiberfile]");
     stop();
@@ -248,7 +238,7 @@ TEST_F(RemountTest, DriverHoldsNoDescriptorOfTheService)
 
 TEST_F(RemountTest, RemountThatRunsIsFinishedBeforeEverythingIsTakenDown)
 {
-    makeStandIn("ntfs-3g", "touch /tmp/started\nsleep 1\nexec /usr/bin/ntfs-3g \"$@\"\n");
+    StandIn::make("ntfs-3g", "touch /tmp/started\nsleep 1\nexec /usr/bin/ntfs-3g \"$@\"\n");
     const CommandClient client;
     client.send("remount:/media/C:=ro");
     const CommandClient second;

@@ -9,8 +9,6 @@
 
 #include "tests/system/KernelMounts.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 bool canOpen(const char* path)
