@@ -13,9 +13,7 @@ const QString DEVICE_FILE = QStringLiteral("DeviceFile");
 
 QStringList mountPaths(const Device& device)
 {
-    return device.number != 0
-               ? MountTable::mountPaths(device.number, device.properties.value(DEVICE_FILE).toString())
-               : QStringList();
+    return MountTable::mountPaths(device.number, device.properties.value(DEVICE_FILE).toString());
 }
 
 QVariant value(const Device& device, const QString& name, const QString& type)

@@ -31,6 +31,9 @@ bool isOn(libmnt_fs* mounted, dev_t number, const QByteArray& deviceFile)
 
 QStringList mountPaths(dev_t number, const QString& deviceFile, const char* table)
 {
+    if (number == 0) {
+        return {};
+    }
     const Table entries(mnt_new_table_from_file(table), &mnt_unref_table);
     const Iterator iterator(mnt_new_iter(MNT_ITER_FORWARD), &mnt_free_iter);
     std::vector<QByteArray> paths;

@@ -95,17 +95,13 @@ void UDisks2Source::load()
     _isFollowing = false;
     const QDBusMessage call = QDBusMessage::createMethodCall(UDisks2::SERVICE, UDisks2::ROOT, OBJECT_MANAGER,
                                                              QStringLiteral("GetManagedObjects"));
-    _enumeration = new QDBusPendingCallWatcher(_bus.asyncCall(call), this);
-    connect(_enumeration, &QDBusPendingCallWatcher::finished, this, &UDisks2Source::loaded);
+    const auto* enumeration = new QDBusPendingCallWatcher(_bus.asyncCall(call), this);
+    connect(enumeration, &QDBusPendingCallWatcher::finished, this, &UDisks2Source::loaded);
 }
 
 void UDisks2Source::loaded(QDBusPendingCallWatcher* call)
 {
     call->deleteLater();
-    if (call != _enumeration) {
-        return;
-    }
-    _enumeration = nullptr;
     const QDBusPendingReply<UDisks2Objects> reply = *call;
     if (!reply.isError()) {
         adopt(reply.value());
@@ -120,8 +116,6 @@ void UDisks2Source::loaded(QDBusPendingCallWatcher* call)
 void UDisks2Source::lost()
 {
     _isFollowing = false;
-    _enumeration = nullptr;
-    _held.clear();
     noteAbsence(_isReady ? QStringLiteral("UDisks2 is gone; its devices stay as they were until it is back")
                          : QStringLiteral("waiting for UDisks2"));
 }
@@ -166,9 +160,7 @@ void UDisks2Source::catchUp()
         const auto match = now.find(entry.path);
         return match != now.end() && !isExchanged(entry.shown, match->second);
     });
-    for (const auto& [path, device] : now) {
-        settle(path, device, {});
-    }
+    settleAll(now, {});
 }
 
 // --- objects of UDisks2 come, change and go
@@ -228,6 +220,14 @@ void UDisks2Source::objectChanged(const QDBusObjectPath& changedPath)
 {
     const Translations now = translateAll();
     removeUnless([&](const Entry& entry) { return now.count(entry.path) != 0; });
+    settleAll(now, changedPath);
+}
+
+void UDisks2Source::settleAll(const Translations& now, const QDBusObjectPath& changedPath)
+{
+    for (auto held = _held.begin(); held != _held.end();) {
+        held = now.count(held->first) != 0 ? std::next(held) : _held.erase(held);
+    }
     for (const auto& [path, device] : now) {
         settle(path, device, changedPath);
     }

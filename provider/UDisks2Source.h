@@ -62,6 +62,7 @@ private:
 
     Translations translateAll() const;
     void objectChanged(const QDBusObjectPath& changedPath);
+    void settleAll(const Translations& now, const QDBusObjectPath& changedPath);
     void settle(const QDBusObjectPath& path, const UDisks2Device& now, const QDBusObjectPath& changedPath);
     void admit(const QDBusObjectPath& path, const UDisks2Device& device);
     void admitOverdue();
@@ -72,8 +73,7 @@ private:
     bool _showsTrueMajor;
     Sysfs _sysfs;
     QDBusServiceWatcher _presence;
-    QDBusPendingCallWatcher* _enumeration = nullptr; ///< the one that is waited for
-    bool _isFollowing = false;                       ///< UDisks2's signals, since it was enumerated
+    bool _isFollowing = false; ///< UDisks2's signals, since it was enumerated
     bool _isReady = false;
     bool _absenceIsNoted = false;
     UDisks2Objects _objects;

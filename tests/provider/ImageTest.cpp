@@ -4,6 +4,8 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <set>
+#include <thread>
 
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -12,6 +14,7 @@
 
 #include <gmock/gmock.h>
 
+#include "provider/LoopDevice.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
 #include "tests/support/MachineProvider.h"
@@ -242,6 +245,25 @@ TEST_F(ImageTest, FreesTheLoopDeviceEvenWhenItIsKilled)
     EXPECT_EQ(provider.process().waitForEnd(), 128 + SIGKILL);
     EXPECT_TRUE(waitFor([&] { return !isAttached(file); }));
     unlink("/dev/sdb1");
+}
+
+TEST_F(ImageTest, TakesNobodysLoopDevice)
+{
+    constexpr int COUNT = 16;
+    const std::string file = ext4();
+    std::vector<std::unique_ptr<LoopDevice>> devices(COUNT);
+    std::vector<std::thread> threads;
+    threads.reserve(COUNT);
+    for (size_t at = 0; at < COUNT; ++at) {
+        threads.emplace_back(
+            [&, at] { devices[at] = std::make_unique<LoopDevice>(file, "many" + std::to_string(at)); });
+    }
+    std::set<dev_t> numbers;
+    for (size_t at = 0; at < COUNT; ++at) {
+        threads[at].join();
+        numbers.insert(devices[at]->number());
+    }
+    EXPECT_EQ(numbers.size(), devices.size());
 }
 
 TEST_F(ImageTest, ReplacesNoNodeThatIsThere)

@@ -48,8 +48,9 @@ TEST(MountTableTest, FindsBtrfsAndNothingElseByItsNode)
     EXPECT_THAT(pathsOf(makedev(8, 33), "/dev/sdc1"), ElementsAre("/media/pool"));
 }
 
-TEST(MountTableTest, FindsNothingForADeviceThatIsNotMountedOrWithoutATable)
+TEST(MountTableTest, FindsNothingForADeviceThatIsNotMountedOrHasNoNumberOrWithoutATable)
 {
+    EXPECT_THAT(pathsOf(0, "/dev/sdc1"), testing::IsEmpty());
     EXPECT_THAT(pathsOf(makedev(8, 2), "/dev/sda2"), testing::IsEmpty());
     EXPECT_TRUE(MountTable::mountPaths(makedev(8, 1), QString(), "/nonexistent").isEmpty());
 }

@@ -142,6 +142,13 @@ TEST_F(UDisks2DeviceTest, KeepsTheNumberOfAScsiDiskBeyondTheSixteenth)
     EXPECT_EQ(shown("sda1", "DeviceMajor"), QVariant(qlonglong(65)));
 }
 
+TEST_F(UDisks2DeviceTest, ShowsAnOpticalDiscOnTheWholeDeviceOnly)
+{
+    objects[blockPath("sda1")][UDisks2::BLOCK].insert(onDrive("optical"));
+    EXPECT_EQ(shown("sda1", "DeviceIsOpticalDisc"), QVariant(false));
+    EXPECT_EQ(shown("sda1", "DriveIsMediaEjectable"), QVariant(true));
+}
+
 TEST_F(UDisks2DeviceTest, SortsTheLinksToTheNode)
 {
     EXPECT_EQ(shown("sda1", "DeviceFileById").toStringList(),

@@ -171,6 +171,21 @@ TEST_F(UDisks2SourceTest, NeverAnnouncesWhatIsGoneBeforeItWasIdentified)
     EXPECT_THAT(signalLog.atLeast(1), ElementsAre("DeviceAdded sdd"));
 }
 
+TEST_F(UDisks2SourceTest, WaitsAnewForADeviceThatComesBack)
+{
+    startOver({});
+    Signals signalLog;
+    const UDisks2Interfaces nameless = unidentified(stickWithoutTable()[blockPath("sdc")]);
+    udisks2->add(blockPath("sdc"), nameless);
+    udisks2->remove(blockPath("sdc"));
+    udisks2->add(blockPath("sdd"),
+                 unidentified({{UDisks2::BLOCK, usbDisk()[blockPath("sdd")][UDisks2::BLOCK]}}));
+    ASSERT_THAT(signalLog.atLeast(1), ElementsAre("DeviceAdded sdd"));
+    udisks2->add(blockPath("sdc"), nameless);
+    udisks2->add(stick());
+    EXPECT_THAT(signalLog.atLeast(3), ElementsAre("DeviceAdded sdd", "DeviceAdded sdb", "DeviceAdded sdb1"));
+}
+
 TEST_F(UDisks2SourceTest, TellsADiscThatIsPutInAsAChange)
 {
     UDisks2Objects empty = opticalDrive();
