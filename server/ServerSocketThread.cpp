@@ -38,7 +38,7 @@ bool ServerSocketThread::leave()
 {
     VORNA_TRACE();
     _leaving = true;
-    const auto patience = static_cast<unsigned long>(2 * _s_nSelectIntervall);
+    const unsigned long patience = 2 * static_cast<unsigned long>(_s_nSelectIntervall);
     if (wait(patience)) {
         return true;
     }
