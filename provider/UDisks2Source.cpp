@@ -36,15 +36,23 @@ QDBusObjectPath pathIn(const QDBusMessage& signal)
     return signal.arguments().value(0).value<QDBusObjectPath>();
 }
 
-/// Whether two states of a device that was not watched in between belong to different media.
+bool isKnown(const QVariant& value)
+{
+    return !value.toString().isEmpty() && value != QVariant(qulonglong(0));
+}
+
+/// Whether two states of a device that was not watched in between belong to different media. What one of them
+/// does not tell decides nothing: UDisks2 may just not know it yet.
 bool isExchanged(const UDisks2Device& before, const UDisks2Device& after)
 {
     const QStringList tokens{QStringLiteral("DriveSerial"), QStringLiteral("DeviceSize"),
                              QStringLiteral("IdUuid")};
-    return before.device.number != after.device.number ||
-           std::any_of(tokens.begin(), tokens.end(), [&](const QString& token) {
-               return before.device.properties.value(token) != after.device.properties.value(token);
-           });
+    const auto differs = [&](const QString& token) {
+        const QVariant old = before.device.properties.value(token);
+        const QVariant now = after.device.properties.value(token);
+        return isKnown(old) && isKnown(now) && old != now;
+    };
+    return before.device.number != after.device.number || std::any_of(tokens.begin(), tokens.end(), differs);
 }
 
 } // namespace
@@ -243,10 +251,13 @@ void UDisks2Source::settle(const QDBusObjectPath& path, const UDisks2Device& now
         return;
     }
     const bool differs = path == changedPath || known->shown.device.properties != now.device.properties;
+    // The kernel forgets the name of a device before UDisks2 tells that it is gone.
+    const QString objectPath = known->shown.device.objectPath;
     known->shown = now;
+    known->shown.device.objectPath = objectPath;
     sort();
     if (differs) {
-        Q_EMIT changed(now.device.objectPath);
+        Q_EMIT changed(objectPath);
     }
 }
 

@@ -294,6 +294,30 @@ TEST_F(UDisks2SourceTest, TellsWhatVanishedOrWasExchangedWhileUDisks2WasAway)
     EXPECT_EQ(text("sdc", "IdLabel").toStdString(), "OTHER");
 }
 
+TEST_F(UDisks2SourceTest, TakesADeviceThatIsNotIdentifiedAgainYetForTheSame)
+{
+    startOver(stickWithoutTable());
+    Signals signalLog;
+    udisks2.reset();
+    ASSERT_TRUE(says("UDisks2 is gone"));
+    UDisks2Objects early = stickWithoutTable();
+    early[blockPath("sdc")][UDisks2::BLOCK][QStringLiteral("IdUUID")] = QString();
+    early[blockPath("sdc")][UDisks2::BLOCK][QStringLiteral("Size")] = qulonglong(0);
+    udisks2 = std::make_unique<FakeUDisks2>(early);
+    EXPECT_THAT(signalLog.atLeast(2), ElementsAre("DeviceChanged sdc", "Changed sdc"));
+}
+
+TEST_F(UDisks2SourceTest, TellsTheEndOfADeviceUnderThePathItWasAddedUnder)
+{
+    startOver({});
+    Signals signalLog;
+    udisks2->add(stickWithoutTable());
+    udisks2->change(blockPath("sdc"), UDisks2::BLOCK, {{QStringLiteral("Device"), fileName("/dev/other")}});
+    udisks2->remove(blockPath("sdc"));
+    EXPECT_THAT(signalLog.atLeast(4),
+                ElementsAre("DeviceAdded sdc", "DeviceChanged sdc", "Changed sdc", "DeviceRemoved sdc"));
+}
+
 TEST_F(UDisks2SourceTest, TellsAgainWhenUDisks2GoesAgain)
 {
     startOver(sataDisk());
