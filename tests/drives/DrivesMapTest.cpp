@@ -98,7 +98,7 @@ TEST_F(DrivesMapTest, IsEmptyWhenItCannotBeRead)
 
 TEST_F(DrivesMapTest, IsEmptyWhenItIsTooLargeForAMap)
 {
-    const std::size_t limit = 4 * 1024 * 1024;
+    const std::size_t limit = 4194304;
     write("fits", std::string(limit, 'x'));
     write("large", std::string(limit + 1, 'x'));
     EXPECT_EQ(read("fits").size(), static_cast<int>(limit));

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
@@ -33,7 +34,7 @@ struct Partition
 
 std::string machine(const std::vector<Partition>& partitions)
 {
-    std::string result;
+    std::ostringstream result;
     for (const Partition& partition : partitions) {
         std::map<std::string, std::string> keys = partition.more;
         keys.insert({{"Internal", "true"},
@@ -46,12 +47,12 @@ std::string machine(const std::vector<Partition>& partitions)
             keys.insert({"DeviceMajor", "8"});
         }
         keys.insert({"DeviceMountPaths", "/mnt/" + partition.node});
-        result += "[" + partition.node + "]\n";
+        result << "[" << partition.node << "]\n";
         for (const auto& [key, value] : keys) {
-            result += key + " = " + value + "\n";
+            result << key << " = " << value << "\n";
         }
     }
-    return result;
+    return result.str();
 }
 
 /// What UDisks reports of a partition that is found again where it was moved to.
@@ -144,7 +145,6 @@ TEST_F(StartUpTest, StacksASecondSystemPartitionOnTheFirst)
 TEST_F(StartUpTest, GivesASystemPartitionWithWindowsALetterLikeAnyOther)
 {
     fs::create_directories("/mnt/sda1/Windows");
-    std::ofstream("/mnt/file");
     startUpWithoutMap({{"sda1", "ext4", "System"}});
     EXPECT_THAT(moves(), ElementsAre(moved("sda1", "C:")));
 }
