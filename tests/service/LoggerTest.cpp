@@ -13,7 +13,6 @@
 #include "tests/support/TemporaryDirectory.h"
 
 using testing::HasSubstr;
-using testing::Not;
 using Vorna::Logger;
 
 namespace {
