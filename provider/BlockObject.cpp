@@ -35,8 +35,7 @@ BlockObject::BlockObject(const UDisks2Objects& objects, const QDBusObjectPath& p
 bool BlockObject::isExtended() const
 {
     static const QStringList types{QStringLiteral("0x05"), QStringLiteral("0x0f"), QStringLiteral("0x85")};
-    return types.contains(partition.value(QStringLiteral("Type")).toString()) &&
-           schemeOfPartition() != QLatin1String("gpt");
+    return types.contains(partition.value(QStringLiteral("Type")).toString());
 }
 
 bool BlockObject::isIdentified() const

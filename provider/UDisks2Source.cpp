@@ -19,6 +19,9 @@ constexpr auto TICK = 20ms;
 /// When UDisks2 is asked again that did not answer.
 constexpr auto RETRY = 1s;
 
+const QString WAITING = QStringLiteral("waiting for UDisks2");
+const QString GONE = QStringLiteral("UDisks2 is gone; its devices stay as they were until it is back");
+
 const QString OBJECT_MANAGER = QStringLiteral("org.freedesktop.DBus.ObjectManager");
 const QString PROPERTIES = QStringLiteral("org.freedesktop.DBus.Properties");
 
@@ -113,19 +116,18 @@ void UDisks2Source::loaded(QDBusPendingCallWatcher* call)
     const QDBusPendingReply<UDisks2Objects> reply = *call;
     if (!reply.isError()) {
         adopt(reply.value());
-    } else if (reply.error().type() == QDBusError::NoReply) {
-        noteAbsence(QStringLiteral("UDisks2 does not answer; trying again"));
+        return;
+    }
+    noteAbsence(WAITING);
+    if (reply.error().type() == QDBusError::NoReply) {
         QTimer::singleShot(RETRY, this, &UDisks2Source::load);
-    } else {
-        noteAbsence(QStringLiteral("waiting for UDisks2"));
     }
 }
 
 void UDisks2Source::lost()
 {
     _isFollowing = false;
-    noteAbsence(_isReady ? QStringLiteral("UDisks2 is gone; its devices stay as they were until it is back")
-                         : QStringLiteral("waiting for UDisks2"));
+    noteAbsence(_isReady ? GONE : WAITING);
 }
 
 void UDisks2Source::noteAbsence(const QString& text)
@@ -204,11 +206,7 @@ void UDisks2Source::propertiesChanged(const QDBusMessage& signal)
     if (!_isFollowing || !_objects.value(path).contains(interface)) {
         return;
     }
-    QVariantMap& properties = _objects[path][interface];
-    properties.insert(qdbus_cast<QVariantMap>(signal.arguments().value(1)));
-    for (const QString& invalidated : signal.arguments().value(2).toStringList()) {
-        properties.remove(invalidated);
-    }
+    _objects[path][interface].insert(qdbus_cast<QVariantMap>(signal.arguments().value(1)));
     objectChanged(path);
 }
 

@@ -14,6 +14,7 @@
 
 #include <gmock/gmock.h>
 
+#include "provider/DeviceNode.h"
 #include "provider/LoopDevice.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
@@ -264,6 +265,12 @@ TEST_F(ImageTest, TakesNobodysLoopDevice)
         numbers.insert(devices[at]->number());
     }
     EXPECT_EQ(numbers.size(), devices.size());
+}
+
+TEST_F(ImageTest, LeavesNoDirectoryOfANodeThatCannotBeMade)
+{
+    EXPECT_THROW(DeviceNode("made/" + std::string(300, 'x'), makedev(7, 0)), std::runtime_error);
+    EXPECT_FALSE(fs::exists("/dev/made"));
 }
 
 TEST_F(ImageTest, ReplacesNoNodeThatIsThere)
