@@ -2,8 +2,8 @@
 
 #include "drives/DeviceDump.h"
 #include "drives/DeviceProperties.h"
-#include "tests/drives/ProvidedDevices.h"
 #include "tests/support/LogWatch.h"
+#include "tests/support/MachineProvider.h"
 
 using testing::ElementsAre;
 
@@ -11,9 +11,10 @@ namespace {
 
 std::vector<std::string> dumpOf(const std::string& machine)
 {
-    const ProvidedDevices devices(machine);
+    const MachineProvider devices(machine);
     LogWatch::begin(7);
-    DeviceDump::write(DeviceProperties(ProvidedDevices::device("sda1")));
+    DeviceDump::write(
+        DeviceProperties(QDBusObjectPath(QStringLiteral("/org/freedesktop/UDisks/devices/sda1"))));
     return LogWatch::messages(7);
 }
 

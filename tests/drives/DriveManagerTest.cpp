@@ -1,15 +1,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 
 #include <gmock/gmock.h>
 
 #include <QMetaMethod>
 
 #include "drives/DriveManager.h"
-#include "tests/drives/ProvidedDevices.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
+#include "tests/support/MachineProvider.h"
 #include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
@@ -54,13 +55,13 @@ void doAndWait(void (*deed)(const std::string& section), const std::string& sect
 
 void plugIn(const std::string& section = "stick", const std::string& node = "sdb1")
 {
-    doAndWait(ProvidedDevices::plug, section,
+    doAndWait(MachineProvider::plug, section,
               "\"Device to add: /org/freedesktop/UDisks/devices/" + node + "\" ");
 }
 
 void pullOut(const std::string& section = "stick", const std::string& node = "sdb1")
 {
-    doAndWait(ProvidedDevices::unplug, section,
+    doAndWait(MachineProvider::unplug, section,
               "\"Device removed: /org/freedesktop/UDisks/devices/" + node + "\" ");
 }
 
@@ -72,7 +73,7 @@ protected:
 
 TEST_F(DriveManagerTest, CreatesItsRootsAndDumpsNothingOnAMachineWithoutDevices)
 {
-    const ProvidedDevices devices("");
+    const MachineProvider devices("");
     fs::remove("/mnt");
     fs::remove("/media");
     DriveManager::instance();
@@ -85,7 +86,7 @@ TEST_F(DriveManagerTest, CreatesItsRootsAndDumpsNothingOnAMachineWithoutDevices)
 
 TEST_F(DriveManagerTest, IsMadeOnceAndDumpsOnce)
 {
-    const ProvidedDevices devices(std::string(Vfat) + "[sda]\n");
+    const MachineProvider devices(std::string(Vfat) + "[sda]\n");
     DriveManager* first = DriveManager::instance();
     const std::size_t dumped = LogWatch::messages(7).size();
     EXPECT_EQ(dumped, 20U);
@@ -95,7 +96,7 @@ TEST_F(DriveManagerTest, IsMadeOnceAndDumpsOnce)
 
 TEST_F(DriveManagerTest, TracesFromTheFileNamedAfterItsClass)
 {
-    const ProvidedDevices devices("");
+    const MachineProvider devices("");
     DriveManager::instance()->shutdown();
     for (const LogWatch::Line& line : LogWatch::lines()) {
         EXPECT_EQ(line.source, line.level == 10 ? "DriveManager.cpp" : "qDebug");
@@ -128,7 +129,7 @@ TEST_P(MountPolicyRow, IsCarriedOutAtTheKernelsDoor)
 {
     KernelDoor::reset();
     const std::string common = "[stick]\nNode = sdb1\nPlugged = false\n";
-    const ProvidedDevices devices(common + GetParam().properties);
+    const MachineProvider devices(common + GetParam().properties);
     DriveManager::instance();
     plugIn();
     EXPECT_EQ(KernelDoor::calls(), GetParam().calls);
@@ -192,7 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(DriveManagerTest, RecordsAnExternalKernelMountAndTakesItDownByForceWhenItIsPulled)
 {
-    const ProvidedDevices devices(Vfat);
+    const MachineProvider devices(Vfat);
     DriveManager::instance();
     plugIn();
     pullOut();
@@ -208,7 +209,7 @@ TEST_F(DriveManagerTest, RecordsAnExternalKernelMountAndTakesItDownByForceWhenIt
 
 TEST_F(DriveManagerTest, WritesTheMountTextWithABlankAtItsEndWhenThereAreNoOptions)
 {
-    const ProvidedDevices devices(stick("ext4", "A"));
+    const MachineProvider devices(stick("ext4", "A"));
     DriveManager::instance();
     plugIn();
     EXPECT_TRUE(isLogged("\"mount -text4 /dev/sdb1 /media/A \" "));
@@ -227,7 +228,7 @@ class Unrecorded : public testing::TestWithParam<UnrecordedRow>
 TEST_P(Unrecorded, StaysMountedWhenItIsPulled)
 {
     KernelDoor::reset();
-    const ProvidedDevices devices(
+    const MachineProvider devices(
         std::string("[stick]\nNode = sdb1\nPlugged = false\nIdUsage = filesystem\nIdLabel = A\n") +
         GetParam().properties);
     DriveManager::instance();
@@ -248,7 +249,7 @@ TEST_F(DriveManagerTest, ReportsAFailedMountAndLeavesTheDirectory)
 {
     KernelDoor::answer("mount(", -1, ENODEV);
     LogWatch::expect("\"ERROR mount: No such device\" ");
-    const ProvidedDevices devices(Vfat);
+    const MachineProvider devices(Vfat);
     DriveManager::instance();
     plugIn();
     pullOut();
@@ -260,20 +261,20 @@ TEST_F(DriveManagerTest, KeepsTheEntryWhenTheForcedUnmountFails)
 {
     KernelDoor::answer("umount2(", -1, EBUSY);
     LogWatch::expect("\"ERROR umount2: Device or resource busy\" ");
-    const ProvidedDevices devices(Vfat);
+    const MachineProvider devices(Vfat);
     DriveManager::instance();
     plugIn();
     pullOut();
     EXPECT_TRUE(fs::is_directory("/media/DATA"));
-    ProvidedDevices::plug("stick");
-    ProvidedDevices::unplug("stick");
-    EXPECT_TRUE(waitFor([] { return KernelDoor::calls().size() == 4; }));
+    plugIn();
+    pullOut();
+    EXPECT_THAT(KernelDoor::calls(), testing::SizeIs(4));
     EXPECT_FALSE(fs::exists("/media/DATA"));
 }
 
 TEST_F(DriveManagerTest, LeavesEverythingWhenTheRecordedDirectoryHasGone)
 {
-    const ProvidedDevices devices(Vfat);
+    const MachineProvider devices(Vfat);
     DriveManager::instance();
     plugIn();
     fs::remove("/media/DATA");
@@ -283,7 +284,7 @@ TEST_F(DriveManagerTest, LeavesEverythingWhenTheRecordedDirectoryHasGone)
 
 TEST_F(DriveManagerTest, StacksTwoFileSystemsOfOneLabelOnOneDirectory)
 {
-    const ProvidedDevices devices(std::string(Vfat) +
+    const MachineProvider devices(std::string(Vfat) +
                                   "[other]\nNode = sdc1\nPlugged = false\nIdUsage = filesystem\nIdType = "
                                   "ext4\nIdLabel = DATA\n");
     DriveManager::instance();
@@ -302,7 +303,7 @@ TEST_F(DriveManagerTest, RetriesNtfsReadOnlyAndReportsBothRuns)
     KernelDoor::answer("system(", 0x100);
     LogWatch::expect("\"WARNING ntfs-3g: 0x1500\" ");
     LogWatch::expect("\"ERROR ntfs-3g: 0x100\" ");
-    const ProvidedDevices devices(stick("ntfs", "WIN"));
+    const MachineProvider devices(stick("ntfs", "WIN"));
     DriveManager::instance();
     plugIn();
     EXPECT_THAT(KernelDoor::calls(), ElementsAre("system(ntfs-3g /dev/sdb1 /media/WIN)",
@@ -317,7 +318,7 @@ TEST_F(DriveManagerTest, RetriesNtfsReadOnlyAlsoWhenNoShellCouldBeRun)
     KernelDoor::answer("system(", -1, ENOMEM);
     LogWatch::expect("\"WARNING ntfs-3g: 0x-1\" ");
     LogWatch::expect("\"ERROR system: [/media/WIN] with error: Cannot allocate memory\" ");
-    const ProvidedDevices devices(stick("ntfs", "WIN"));
+    const MachineProvider devices(stick("ntfs", "WIN"));
     DriveManager::instance();
     plugIn();
     EXPECT_TRUE(fs::is_directory("/media/WIN"));
@@ -338,7 +339,7 @@ TEST_P(Hostile, IsNeitherCreatedNorMountedButReported)
 {
     KernelDoor::reset();
     LogWatch::expect(std::string("\"ERROR mount: ") + GetParam().error + "\" ");
-    const ProvidedDevices devices(
+    const MachineProvider devices(
         std::string("[stick]\nNode = sdb1\nPlugged = false\nIdUsage = filesystem\n") + GetParam().properties);
     fs::create_directory_symlink("/etc", "/media/LINK");
     DriveManager::instance();
@@ -366,7 +367,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(DriveManagerTest, AttemptsTheMountOfANestedNodeWithoutItsParentDirectory)
 {
-    const ProvidedDevices devices("[stick]\nNode = sdb1\nPlugged = false\nInternal = true\nIdType = "
+    const MachineProvider devices("[stick]\nNode = sdb1\nPlugged = false\nInternal = true\nIdType = "
                                   "ext4\nDeviceFile = /dev/mapper/vg-lv\n");
     DriveManager::instance();
     plugIn();
@@ -376,7 +377,7 @@ TEST_F(DriveManagerTest, AttemptsTheMountOfANestedNodeWithoutItsParentDirectory)
 
 TEST_F(DriveManagerTest, MountsANamelessMediumOverTheRootAndNeverRemovesTheRoot)
 {
-    const ProvidedDevices devices(
+    const MachineProvider devices(
         "[stick]\nNode = sdb1\nPlugged = false\nIdUsage = filesystem\nIdType = ext4\n");
     DriveManager::instance();
     plugIn();
@@ -388,9 +389,11 @@ TEST_F(DriveManagerTest, MountsANamelessMediumOverTheRootAndNeverRemovesTheRoot)
 
 TEST_F(DriveManagerTest, FollowsAProviderThatGoesAwayAndComesBack)
 {
-    ProvidedDevices devices(Vfat);
+    std::optional<MachineProvider> devices;
+    devices.emplace(Vfat);
     DriveManager::instance();
-    devices.restart();
+    devices.reset();
+    devices.emplace(Vfat);
     plugIn();
     EXPECT_THAT(KernelDoor::calls(), testing::SizeIs(1));
 }

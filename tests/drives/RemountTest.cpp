@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 
 #include "drives/DriveManager.h"
-#include "tests/drives/ProvidedDevices.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
+#include "tests/support/MachineProvider.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -39,7 +39,7 @@ class Remount : public testing::TestWithParam<RemountRow>
 TEST_P(Remount, MakesExactlyTheseCallsAndReportsThemDone)
 {
     KernelDoor::reset();
-    const ProvidedDevices devices(Machine);
+    const MachineProvider devices(Machine);
     DriveManager* manager = DriveManager::instance();
     const QString result =
         manager->remountPath(QString::fromLatin1(GetParam().path), QString::fromLatin1(GetParam().options));
@@ -99,13 +99,13 @@ protected:
             .toStdString();
     }
 
-    const ProvidedDevices devices{Machine};
+    const MachineProvider devices{Machine};
 };
 
 TEST_F(RemountTest, FindsNoPathThatUDisksReportsOtherwise)
 {
     DriveManager::instance();
-    ProvidedDevices::plug("sdb1");
+    MachineProvider::plug("sdb1");
     for (const char* path : {"/media/C:/", "/media/c:", "", "/media/DATA"}) {
         LogWatch::begin();
         const std::string warning = std::string("WARNING re-mount path not found: [") + path + "]";

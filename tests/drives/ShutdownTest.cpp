@@ -5,9 +5,9 @@
 #include <gmock/gmock.h>
 
 #include "drives/DriveManager.h"
-#include "tests/drives/ProvidedDevices.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
+#include "tests/support/MachineProvider.h"
 #include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
@@ -95,13 +95,14 @@ TEST_F(ShutdownTest, KeepsADirectoryThatIsNotEmptyAndSaysNothing)
 
 TEST_F(ShutdownTest, TriesAgainPlainlyWhatAPulledStickHasLeft)
 {
-    const ProvidedDevices devices(
+    const MachineProvider devices(
         "[stick]\nNode = sdb1\nPlugged = false\nIdUsage = filesystem\nIdType = vfat\nIdLabel = DATA\n");
     DriveManager& manager = ShutdownTest::manager();
     KernelDoor::answer("umount2(", -1, EBUSY);
     LogWatch::expect("\"ERROR umount2: Device or resource busy\" ");
-    ProvidedDevices::plug("stick");
-    ProvidedDevices::unplug("stick");
+    MachineProvider::plug("stick");
+    ASSERT_TRUE(waitFor([] { return KernelDoor::calls().size() == 1; }));
+    MachineProvider::unplug("stick");
     ASSERT_TRUE(waitFor([] { return KernelDoor::calls().size() == 2; }));
     manager.shutdown();
     EXPECT_EQ(KernelDoor::calls().back(), "umount(/media/DATA)");
@@ -113,12 +114,12 @@ protected:
     void plugIn()
     {
         DriveManager::instance();
-        ProvidedDevices::plug("stick");
+        MachineProvider::plug("stick");
         ASSERT_TRUE(waitFor([] { return !KernelDoor::calls().empty(); }));
         KernelDoor::reset();
     }
 
-    const ProvidedDevices devices{
+    const MachineProvider devices{
         "[stick]\nNode = sdb1\nPlugged = false\nIdUsage = filesystem\nIdType = ntfs\n"};
 };
 

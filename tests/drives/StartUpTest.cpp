@@ -8,9 +8,9 @@
 
 #include "drives/DriveManager.h"
 #include "service/StopRequest.h"
-#include "tests/drives/ProvidedDevices.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
+#include "tests/support/MachineProvider.h"
 
 namespace fs = std::filesystem;
 using testing::Contains;
@@ -92,7 +92,7 @@ protected:
 
     static void startUp(const std::vector<Partition>& partitions)
     {
-        const ProvidedDevices devices(machine(partitions));
+        const MachineProvider devices(machine(partitions));
         DriveManager::instance()->startUp();
     }
     static void startUpWithoutMap(const std::vector<Partition>& partitions)
@@ -246,7 +246,7 @@ TEST_F(StartUpTest, NeverMovesTheTemporaryRootItself)
 
 TEST_F(StartUpTest, EndsWhenAStopWasAskedFor)
 {
-    const ProvidedDevices devices(machine({{"sda1", "ext4", "A"}}));
+    const MachineProvider devices(machine({{"sda1", "ext4", "A"}}));
     DriveManager* manager = DriveManager::instance();
     StopRequest::make();
     LogWatch::expect("Drives file NOT found! ");

@@ -12,9 +12,9 @@
 #include "drives/DriveManager.h"
 #include "server/ClientSocket.h"
 #include "server/ServerSocketThread.h"
-#include "tests/drives/ProvidedDevices.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
+#include "tests/support/MachineProvider.h"
 #include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
@@ -94,7 +94,7 @@ protected:
         return std::chrono::duration_cast<std::chrono::milliseconds>(taken).count();
     }
 
-    const ProvidedDevices devices{Machine};
+    const MachineProvider devices{Machine};
     ServerSocketThread thread{QString::fromLatin1(SocketPath), nullptr};
 };
 

@@ -16,9 +16,10 @@ public:
     /// `machine` is the text of the machine's file. Returns when the bus name is taken.
     explicit MachineProvider(const std::string& machine);
 
-    void plug(const std::string& section);
-    void unplug(const std::string& section);
-    void set(const std::string& section, const std::string& key, const std::string& value);
+    /// To the provider on the bus; a test has one at a time.
+    static void plug(const std::string& section);
+    static void unplug(const std::string& section);
+    static void set(const std::string& section, const std::string& key, const std::string& value);
 
     Process& process() { return _process; }
 
