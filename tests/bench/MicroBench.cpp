@@ -37,7 +37,7 @@ QList<WindowsDrives::Partition> drivesMap(int64_t partitions)
 void parsesRequest(benchmark::State& state)
 {
     const QString text = request(state.range(0));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(MountCommand(text));
     }
     state.SetComplexityN(state.range(0));
@@ -47,7 +47,7 @@ BENCHMARK(parsesRequest)->RangeMultiplier(8)->Range(1, 512)->Complexity();
 void formatsRequest(benchmark::State& state)
 {
     const MountCommand command(request(state.range(0)));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(command.toString());
     }
     state.SetComplexityN(state.range(0));
@@ -57,7 +57,7 @@ BENCHMARK(formatsRequest)->RangeMultiplier(8)->Range(1, 512)->Complexity();
 void refusesUnknownCommand(benchmark::State& state)
 {
     const QString text = QStringLiteral("hello");
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(MountCommand(text));
     }
 }
@@ -68,7 +68,7 @@ void findsLetterInMap(benchmark::State& state)
 {
     const QList<WindowsDrives::Partition> map = drivesMap(state.range(0));
     const QString key = QString::number(state.range(0), 16);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         QString runningLetter = QStringLiteral("C:");
         benchmark::DoNotOptimize(DriveLetters::fromMap(map, key, runningLetter));
     }
@@ -79,7 +79,7 @@ BENCHMARK(findsLetterInMap)->RangeMultiplier(8)->Range(8, 4096)->Complexity();
 void quotesText(benchmark::State& state)
 {
     const QString text(static_cast<int>(state.range(0)), QLatin1Char('x'));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(LogText::quoted(text));
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
@@ -89,7 +89,7 @@ BENCHMARK(quotesText)->Arg(32)->Arg(4096);
 void escapesControlCharacters(benchmark::State& state)
 {
     const QString text(static_cast<int>(state.range(0)), QLatin1Char('\n'));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(LogText::quoted(text));
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
