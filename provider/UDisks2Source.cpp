@@ -13,8 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long an announcement waits for the identification.
-constexpr auto PATIENCE = 200ms;
+/// When udev is asked again about devices that are held back.
 constexpr auto TICK = 20ms;
 /// When UDisks2 is asked again that did not answer.
 constexpr auto RETRY = 1s;
@@ -60,10 +59,11 @@ bool isExchanged(const UDisks2Device& before, const UDisks2Device& after)
 
 } // namespace
 
-UDisks2Source::UDisks2Source(const QDBusConnection& bus, bool showsTrueMajor, Sysfs sysfs)
+UDisks2Source::UDisks2Source(const QDBusConnection& bus, bool showsTrueMajor, Sysfs sysfs, UdevDatabase udev)
     : _bus(bus)
     , _showsTrueMajor(showsTrueMajor)
     , _sysfs(std::move(sysfs))
+    , _udev(std::move(udev))
     , _presence(UDisks2::SERVICE, bus,
                 QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration)
 {
@@ -261,17 +261,22 @@ void UDisks2Source::settle(const QDBusObjectPath& path, const UDisks2Device& now
 
 void UDisks2Source::admit(const QDBusObjectPath& path, const UDisks2Device& device)
 {
-    const auto held = _held.find(path);
-    const bool hasWaited = held != _held.end() && held->second.hasExpired();
-    if (!device.isIdentified && !hasWaited) {
-        _held.emplace(path, QDeadlineTimer(PATIENCE));
-        _holdTimer.start();
+    if (!device.isIdentified && !hasWaited(path, device.device.number)) {
+        if (!_holdTimer.isActive()) {
+            _holdTimer.start();
+        }
         return;
     }
     _held.erase(path);
     _entries.push_back({path, device});
     sort();
     Q_EMIT added(device.device.objectPath);
+}
+
+bool UDisks2Source::hasWaited(const QDBusObjectPath& path, dev_t number)
+{
+    const auto now = HoldBack::Clock::now();
+    return _held.try_emplace(path, now).first->second.isOver(_udev.knowledgeOf(number), now);
 }
 
 void UDisks2Source::admitOverdue()

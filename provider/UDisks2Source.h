@@ -7,12 +7,13 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
-#include <QDeadlineTimer>
 #include <QTimer>
 
 #include "provider/DeviceSource.h"
+#include "provider/HoldBack.h"
 #include "provider/UDisks2Device.h"
 #include "provider/UDisks2Objects.h"
+#include "provider/UdevDatabase.h"
 
 class QDBusPendingCallWatcher;
 
@@ -22,14 +23,15 @@ class QDBusPendingCallWatcher;
 /// as they were last; when it is back, those that vanished or were exchanged meanwhile are told as removed
 /// and the new ones as added.
 ///
-/// A device that UDisks2 announces before it is identified is told as added when it is, at most 200
-/// milliseconds later: some hold nothing that can be recognised.
+/// A device that UDisks2 announces before it is identified is told as added when it is, or when it has been
+/// held back long enough.
 class UDisks2Source : public DeviceSource
 {
     Q_OBJECT
 
 public:
-    UDisks2Source(const QDBusConnection& bus, bool showsTrueMajor, Sysfs sysfs = Sysfs());
+    UDisks2Source(const QDBusConnection& bus, bool showsTrueMajor, Sysfs sysfs = Sysfs(),
+                  UdevDatabase udev = UdevDatabase());
 
     void start() override;
     std::vector<const Device*> devices() const override;
@@ -65,6 +67,7 @@ private:
     void settleAll(const Translations& now, const QDBusObjectPath& changedPath);
     void settle(const QDBusObjectPath& path, const UDisks2Device& now, const QDBusObjectPath& changedPath);
     void admit(const QDBusObjectPath& path, const UDisks2Device& device);
+    bool hasWaited(const QDBusObjectPath& path, dev_t number);
     void admitOverdue();
     void removeUnless(const std::function<bool(const Entry&)>& stays);
     void sort();
@@ -72,13 +75,13 @@ private:
     QDBusConnection _bus;
     bool _showsTrueMajor;
     Sysfs _sysfs;
+    UdevDatabase _udev;
     QDBusServiceWatcher _presence;
     bool _isFollowing = false; ///< UDisks2's signals, since it was enumerated
     bool _isReady = false;
     bool _absenceIsNoted = false;
     UDisks2Objects _objects;
-    std::vector<Entry> _entries; ///< what has been told, in the order of enumeration
-    /// What is not identified yet, and how long its announcement waits for that.
-    std::map<QDBusObjectPath, QDeadlineTimer> _held;
+    std::vector<Entry> _entries;               ///< what has been told, in the order of enumeration
+    std::map<QDBusObjectPath, HoldBack> _held; ///< what is not identified yet
     QTimer _holdTimer;
 };

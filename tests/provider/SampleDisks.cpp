@@ -100,6 +100,14 @@ QVariantMap holds(const std::string& usage, const std::string& type, const std::
     };
 }
 
+UDisks2Interfaces unidentified(UDisks2Interfaces block)
+{
+    for (const char* name : {"IdUsage", "IdType", "IdLabel"}) {
+        block[UDisks2::BLOCK].remove(QString::fromLatin1(name));
+    }
+    return block;
+}
+
 QVariantMap onDrive(const std::string& name)
 {
     return {{QStringLiteral("Drive"), QVariant::fromValue(drivePath(name))}};

@@ -29,6 +29,8 @@ UDisks2Interfaces block(const std::string& node, unsigned majorNumber, unsigned 
 QVariantMap links(const std::vector<std::string>& names);
 QVariantMap holds(const std::string& usage, const std::string& type, const std::string& label = "",
                   const std::string& uuid = "");
+/// Without what UDisks2 learns a moment later.
+UDisks2Interfaces unidentified(UDisks2Interfaces block);
 QVariantMap onDrive(const std::string& drive);
 QVariantMap internal();
 

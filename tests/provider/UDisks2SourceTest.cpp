@@ -61,15 +61,6 @@ protected:
     std::unique_ptr<Process> provider;
 };
 
-/// Without what UDisks2 learns a moment later.
-UDisks2Interfaces unidentified(UDisks2Interfaces block)
-{
-    block[UDisks2::BLOCK].remove(QStringLiteral("IdUsage"));
-    block[UDisks2::BLOCK].remove(QStringLiteral("IdType"));
-    block[UDisks2::BLOCK].remove(QStringLiteral("IdLabel"));
-    return block;
-}
-
 } // namespace
 
 TEST_F(UDisks2SourceTest, EnumeratesByPlaceAndThenByNumber)
@@ -149,43 +140,6 @@ TEST_F(UDisks2SourceTest, ShowsAPartitionOnlyWhenItsTableIsKnown)
     EXPECT_EQ(text("sdb1", "PartitionScheme").toStdString(), "mbr");
 }
 
-TEST_F(UDisks2SourceTest, AnnouncesWhatCannotBeIdentifiedAfterAMoment)
-{
-    startOver({});
-    Signals signalLog;
-    udisks2->add(blockPath("sdc"), unidentified(stickWithoutTable()[blockPath("sdc")]));
-    EXPECT_THAT(enumerate(), testing::IsEmpty());
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_THAT(signalLog.atLeast(1), ElementsAre("DeviceAdded sdc"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
-    EXPECT_THAT(enumerate(), ElementsAre("sdc"));
-}
-
-TEST_F(UDisks2SourceTest, NeverAnnouncesWhatIsGoneBeforeItWasIdentified)
-{
-    startOver({});
-    Signals signalLog;
-    udisks2->add(blockPath("sdc"), unidentified(stickWithoutTable()[blockPath("sdc")]));
-    udisks2->remove(blockPath("sdc"));
-    udisks2->add(blockPath("sdd"), unidentified(usbDisk()[blockPath("sdd")]));
-    EXPECT_THAT(signalLog.atLeast(1), ElementsAre("DeviceAdded sdd"));
-}
-
-TEST_F(UDisks2SourceTest, WaitsAnewForADeviceThatComesBack)
-{
-    startOver({});
-    Signals signalLog;
-    const UDisks2Interfaces nameless = unidentified(stickWithoutTable()[blockPath("sdc")]);
-    udisks2->add(blockPath("sdc"), nameless);
-    udisks2->remove(blockPath("sdc"));
-    udisks2->add(blockPath("sdd"),
-                 unidentified({{UDisks2::BLOCK, usbDisk()[blockPath("sdd")][UDisks2::BLOCK]}}));
-    ASSERT_THAT(signalLog.atLeast(1), ElementsAre("DeviceAdded sdd"));
-    udisks2->add(blockPath("sdc"), nameless);
-    udisks2->add(stick());
-    EXPECT_THAT(signalLog.atLeast(3), ElementsAre("DeviceAdded sdd", "DeviceAdded sdb", "DeviceAdded sdb1"));
-}
-
 TEST_F(UDisks2SourceTest, TellsADiscThatIsPutInAsAChange)
 {
     UDisks2Objects empty = opticalDrive();
@@ -207,6 +161,19 @@ TEST_F(UDisks2SourceTest, TellsAMountAsAChange)
     udisks2->change(blockPath("sda1"), filesystem, {{QStringLiteral("Size"), qulonglong(1)}});
     EXPECT_THAT(signalLog.atLeast(4),
                 ElementsAre("DeviceChanged sda1", "Changed sda1", "DeviceChanged sda1", "Changed sda1"));
+}
+
+TEST_F(UDisks2SourceTest, TakesADeviceForGoneOnlyWhenItIsNoBlockDeviceAnyMore)
+{
+    startOver(sataDisk());
+    Signals signalLog;
+    udisks2->removeInterface(blockPath("sda1"), UDisks2::PARTITION);
+    EXPECT_THAT(signalLog.atLeast(2), ElementsAre("DeviceChanged sda1", "Changed sda1"));
+    EXPECT_EQ(property("sda1", "DeviceIsPartition"), QVariant(false));
+    udisks2->removeInterface(blockPath("sda5"), UDisks2::BLOCK);
+    EXPECT_THAT(signalLog.atLeast(3),
+                ElementsAre("DeviceChanged sda1", "Changed sda1", "DeviceRemoved sda5"));
+    EXPECT_THAT(enumerate(), ElementsAre("sda", "sda1", "sda2"));
 }
 
 TEST_F(UDisks2SourceTest, TellsWhatAChangeOfTheDriveMeansForItsDevices)
