@@ -31,15 +31,22 @@ QString withEvenNumbers(const QString& text)
     return result;
 }
 
+/// The place that a link names; none for one that lies deeper, which names what is on the device.
+QString placeIn(const QString& link)
+{
+    static const QRegularExpression pattern(QStringLiteral("^/dev/disk/by-path/([^/]+?)(-part[0-9]+)?$"));
+    return pattern.match(link).captured(1);
+}
+
 } // namespace
 
 BusOrder BusOrder::of(const QStringList& linksByPath, int partition, dev_t number)
 {
-    static const QRegularExpression partitionSuffix(QStringLiteral("-part[0-9]+$"));
     QStringList places;
     for (const QString& link : linksByPath) {
-        places += withEvenNumbers(link.section(QLatin1Char('/'), -1).remove(partitionSuffix));
+        places += withEvenNumbers(placeIn(link));
     }
+    places.removeAll(QString());
     std::sort(places.begin(), places.end());
     return {places.value(0), partition, number};
 }

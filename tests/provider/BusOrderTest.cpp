@@ -56,3 +56,12 @@ TEST(BusOrderTest, TakesTheFirstOfSeveralPlaces)
     EXPECT_FALSE(both < nine);
     EXPECT_FALSE(nine < both);
 }
+
+TEST(BusOrderTest, PassesOverLinksThatLieDeeper)
+{
+    const QString place = QStringLiteral("/dev/disk/by-path/pci-0000:00:17.0-ata-2");
+    const QString deeper = QStringLiteral("/dev/disk/by-path/pci-0000:00:17.0-ata-2-part/by-label/A");
+    EXPECT_EQ(BusOrder::of({deeper, place}, 0, makedev(8, 0)).place.toStdString(),
+              BusOrder::of({place}, 0, makedev(8, 0)).place.toStdString());
+    EXPECT_EQ(BusOrder::of({deeper}, 0, makedev(8, 0)).place, QString());
+}
