@@ -4,6 +4,7 @@
 
 #include <sys/sysmacros.h>
 
+#include <QDBusArgument>
 #include <QRegularExpression>
 
 #include "provider/BlockObject.h"
@@ -34,6 +35,12 @@ bool flag(const QVariantMap& properties, const char* name)
 qulonglong number(const QVariantMap& properties, const char* name)
 {
     return value(properties, name).toULongLong();
+}
+
+/// Whether it is the path of an object; "/" stands for none.
+bool refersTo(const QVariant& path)
+{
+    return path.value<QDBusObjectPath>().path().size() > 1;
 }
 
 /// The kernel's name; of a device that the kernel has just lost, the last part of its node.
@@ -101,6 +108,10 @@ QVariantMap contentProperties(const BlockObject& object)
         {QStringLiteral("DeviceIsLuks"), type == QLatin1String("crypto_LUKS")},
         {QStringLiteral("DeviceIsPartitionTable"), !object.table.isEmpty()},
         {QStringLiteral("PartitionTableScheme"), partitionScheme(text(object.table, "Type"))},
+        {QStringLiteral("PartitionTableCount"),
+         qdbus_cast<QList<QDBusObjectPath>>(value(object.table, "Partitions")).size()},
+        {QStringLiteral("DeviceIsLinuxMd"), refersTo(value(object.block, "MDRaid"))},
+        {QStringLiteral("DeviceIsLinuxMdComponent"), refersTo(value(object.block, "MDRaidMember"))},
         {QStringLiteral("DeviceIsLinuxLoop"), !object.loop.isEmpty()},
         {QStringLiteral("LinuxLoopFilename"), object.backingFile()},
     };

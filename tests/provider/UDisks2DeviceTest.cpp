@@ -232,6 +232,36 @@ TEST_F(UDisks2DeviceTest, ShowsWhatElseUDisks2Knows)
     EXPECT_EQ(path("dm_2d0", "LuksCleartextSlave"), "/org/freedesktop/UDisks/devices/sde1");
 }
 
+TEST_F(UDisks2DeviceTest, CountsThePartitionsOfATable)
+{
+    objects[blockPath("sda")][UDisks2::PARTITION_TABLE][QStringLiteral("Partitions")] =
+        QVariant::fromValue(QList<QDBusObjectPath>{blockPath("sda1"), blockPath("sda2"), blockPath("sda5")});
+    EXPECT_EQ(shown("sda", "PartitionTableCount"), QVariant(3));
+    EXPECT_EQ(shown("sda1", "PartitionTableCount"), QVariant(0));
+}
+
+TEST_F(UDisks2DeviceTest, KnowsArraysAndTheirMembers)
+{
+    const QVariant array =
+        QVariant::fromValue(QDBusObjectPath(QStringLiteral("/org/freedesktop/UDisks2/mdraid/a")));
+    const QVariant none = QVariant::fromValue(QDBusObjectPath(QStringLiteral("/")));
+    const struct
+    {
+        QVariantMap block;
+        bool isArray, isMember;
+    } table[] = {
+        {{{QStringLiteral("MDRaid"), array}, {QStringLiteral("MDRaidMember"), none}}, true, false},
+        {{{QStringLiteral("MDRaid"), none}, {QStringLiteral("MDRaidMember"), array}}, false, true},
+        {{{QStringLiteral("MDRaid"), none}, {QStringLiteral("MDRaidMember"), none}}, false, false},
+        {{}, false, false},
+    };
+    for (const auto& row : table) {
+        objects[blockPath("sdc")] = block("/dev/sdc", 8, 32, 4096, row.block);
+        EXPECT_EQ(shown("sdc", "DeviceIsLinuxMd"), QVariant(row.isArray));
+        EXPECT_EQ(shown("sdc", "DeviceIsLinuxMdComponent"), QVariant(row.isMember));
+    }
+}
+
 TEST_F(UDisks2DeviceTest, GivesEveryPropertyInTheTypeOfTheInterface)
 {
     for (const QDBusObjectPath& object : objects.keys()) {
