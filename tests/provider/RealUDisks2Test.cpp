@@ -302,7 +302,8 @@ TEST_F(RealUDisks2Test, KnowsOfAMountBeforeUDisks2Does)
 
 TEST_F(RealUDisks2Test, KeepsTheDevicesWhenUDisks2Crashes)
 {
-    const Disk disk(image({"mkfs.ext4", "-q", "-L", "KEPT"}));
+    const std::string file = image({"mkfs.ext4", "-q", "-L", "KEPT"});
+    const Disk disk(file);
     ASSERT_TRUE(appears(disk.name()));
     Signals signalLog;
     udisksd->send(SIGKILL);
@@ -311,5 +312,9 @@ TEST_F(RealUDisks2Test, KeepsTheDevicesWhenUDisks2Crashes)
     startUDisks2();
     ASSERT_TRUE(says("UDisks2 is there"));
     EXPECT_EQ(text(disk.name(), "IdLabel").toStdString(), "KEPT");
+    // When the next one is told, all that was to be told before has been.
+    const Disk next(file);
+    const std::string nextIsTold = "DeviceAdded " + next.name();
+    ASSERT_TRUE(waitFor([&] { return testing::Value(signalLog.atLeast(1), Contains(nextIsTold)); }, 10s));
     EXPECT_THAT(signalLog.atLeast(0), Not(Contains("DeviceRemoved " + disk.name())));
 }
