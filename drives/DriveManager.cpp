@@ -46,8 +46,7 @@ bool isPartitionOfScsiDisk(const DeviceProperties& device)
 
 bool isExternal(const DeviceProperties& device)
 {
-    const bool isSystemInternal = device.flag("DeviceIsSystemInternal");
-    return !isSystemInternal && MountPolicy::isExternal(isSystemInternal, device.text("IdUsage"));
+    return !device.flag("DeviceIsSystemInternal") && MountPolicy::isFileSystem(device.text("IdUsage"));
 }
 
 QString labelOrUuid(const DeviceProperties& device)
@@ -61,7 +60,7 @@ QString labelOrUuid(const DeviceProperties& device)
 void create(const MountDirectory& directory)
 {
     if (!directory.name.isEmpty()) {
-        QDir(directory.root).mkdir(directory.name);
+        QDir::root().mkdir(directory.path());
     }
 }
 
@@ -130,7 +129,7 @@ bool move(const MountDirectory& from, const MountDirectory& to)
     if (MountCalls::moveMount(from.path(), to.path()).succeeded()) {
         return true;
     }
-    QDir(to.root).rmdir(to.name);
+    QDir::root().rmdir(to.path());
     return false;
 }
 
@@ -138,7 +137,7 @@ void removeTemporaryDirectory(const QString& root, const QString& deviceFile)
 {
     const MountDirectory temporary = MountPolicy::directoryForNode(root, deviceFile);
     if (temporary.isAllowed && !temporary.name.isEmpty()) {
-        QDir(root).rmdir(temporary.name);
+        QDir::root().rmdir(temporary.path());
     }
 }
 

@@ -33,9 +33,9 @@ bool isVfat(const QString& idType)
     return idType.contains(QLatin1String("vfat"));
 }
 
-bool isExternal(bool isSystemInternal, const QString& idUsage)
+bool isFileSystem(const QString& idUsage)
 {
-    return !isSystemInternal && idUsage == QLatin1String("filesystem");
+    return idUsage == QLatin1String("filesystem");
 }
 
 QString kernelMountData(const QString& idType)
@@ -62,7 +62,9 @@ bool isNodeAllowed(const QString& name)
 
 QString MountDirectory::path() const
 {
-    return QDir(root).filePath(name);
+    const QString directory = QDir::cleanPath(root);
+    // Not the framework's joining of paths: it takes a name that begins with ":" for one of its resources.
+    return name.isEmpty() ? directory : directory + Slash + name;
 }
 
 MountDirectory directoryForLabel(const QString& root, const QString& name)

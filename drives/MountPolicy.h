@@ -10,8 +10,8 @@ bool isMountable(const QString& idType);
 /// Whether the user-space NTFS driver mounts it; otherwise the kernel does.
 bool isNtfs(const QString& idType);
 bool isVfat(const QString& idType);
-/// Whether a device is mounted below the root for removable and external file systems.
-bool isExternal(bool isSystemInternal, const QString& idUsage);
+/// Whether a device that is none of the machine's own is mounted below the root for external file systems.
+bool isFileSystem(const QString& idUsage);
 
 /// Option data for the kernel's mount: "utf8" for vfat, otherwise empty.
 QString kernelMountData(const QString& idType);
@@ -20,8 +20,7 @@ QString kernelMountData(const QString& idType);
 QString nodeName(const QString& deviceFile);
 
 /// Whether `name`, which may come from a foreign medium, is one name directly below a root: not ".", not
-/// "..", no
-/// "/" and no NUL in it. The empty name stands for the root itself and is allowed.
+/// "..", and with neither "/" nor NUL in it. The empty name stands for the root itself and is allowed.
 bool isLabelAllowed(const QString& name);
 /// Whether the device node's name stays below a root: it may hold "/" but does not begin with one, and none
 /// of its parts is "." or "..".
@@ -34,7 +33,7 @@ struct MountDirectory
     QString name; ///< empty: the root itself
     bool isAllowed = false;
 
-    /// Full path with single slashes.
+    /// Absolute path of the directory, without a slash at its end.
     QString path() const;
 };
 

@@ -35,24 +35,20 @@ TEST(MountPolicy, DecidesByTheTypeOfTheFileSystem)
     }
 }
 
-struct ExternalRow
+struct UsageRow
 {
-    bool isSystemInternal;
     const char* usage;
-    bool isExternal;
+    bool isFileSystem;
 };
 
-TEST(MountPolicy, CallsOnlyRemovableFileSystemsExternal)
+TEST(MountPolicy, CallsOnlyWhatHoldsAFileSystemSo)
 {
-    for (const ExternalRow& row : {ExternalRow{false, "filesystem", true},
-                                   {true, "filesystem", false},
-                                   {false, "crypto", false},
-                                   {false, "", false},
-                                   {false, "Filesystem", false},
-                                   {false, "filesystems", false}}) {
-        EXPECT_EQ(MountPolicy::isExternal(row.isSystemInternal, QString::fromLatin1(row.usage)),
-                  row.isExternal)
-            << row.usage;
+    for (const UsageRow& row : {UsageRow{"filesystem", true},
+                                {"crypto", false},
+                                {"", false},
+                                {"Filesystem", false},
+                                {"filesystems", false}}) {
+        EXPECT_EQ(MountPolicy::isFileSystem(QString::fromLatin1(row.usage)), row.isFileSystem) << row.usage;
     }
 }
 
@@ -71,6 +67,9 @@ TEST(MountPolicy, LetsALabelBeOneNameBelowTheRootOnly)
                                {"C:", true, "/media/C:"},
                                {"..x", true, "/media/..x"},
                                {"...", true, "/media/..."},
+                               {":", true, "/media/:"},
+                               {":x", true, "/media/:x"},
+                               {"~", true, "/media/~"},
                                {"a\nb", true, "/media/a\nb"},
                                {"é", true, "/media/é"}}) {
         const auto directory =

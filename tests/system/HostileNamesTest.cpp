@@ -72,7 +72,8 @@ INSTANTIATE_TEST_SUITE_P(Labels, OddLabelTest,
                                          Name{"a\\b", "a\\b"}, Name{"a\nb", "a\\nb"},
                                          Name{"a;b|c>d<e", "a;b|c>d<e"},
                                          Name{"*?[x]~#!{1,2}", "*?[x]~#!{1,2}"}, Name{"-oro", "-oro"},
-                                         Name{"%1%2%3", "%1%2%3"}, Name{"...", "..."}, Name{"Grün💾", "Grün💾"},
+                                         Name{"%1%2%3", "%1%2%3"}, Name{":x", ":x"}, Name{":", ":"},
+                                         Name{"~", "~"}, Name{"...", "..."}, Name{"Grün💾", "Grün💾"},
                                          Name{"\x1b[31mred", "\\x1b[31mred"}));
 
 struct Refused
@@ -139,12 +140,23 @@ TEST_F(HostileNamesTest, LetterOfTheMapThatLeadsElsewhereIsAFailedMove)
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
 }
 
+TEST_F(HostileNamesTest, LetterOfTheMapThatBeginsWithAColonIsADirectoryBelowTheRoot)
+{
+    fs::create_directories("/mounts/win/Programs/Vorna");
+    Files::write("/mounts/win/Programs/Vorna/drives.ini", "[Disk]\nPartition1=[0000000A]:x\n");
+    machine.addInternal("sda1", Images::ntfs("one", "one", {}, "010101010000000A"));
+    start();
+    EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/:x"));
+    EXPECT_THAT(Files::namesIn("/mnt"), IsEmpty());
+    stop();
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
+}
+
 TEST_F(HostileNamesTest, NodeNeverLeavesTheTemporaryRoot)
 {
     const std::string image = Images::ext4("disk", "disk");
-    for (const char* node : {"sda1", "sda2"}) {
-        machine.addUnplugged(node, image, {"Internal = true", "DeviceFile = /dev/../etc", "IdLabel = x"});
-    }
+    machine.addUnplugged("sda1", image, {"Internal = true", "DeviceFile = /dev/../etc", "IdLabel = x"});
     start();
     machine.plug("sda1");
     EXPECT_TRUE(ServiceLog::tells("ERROR mount: Invalid argument"));
