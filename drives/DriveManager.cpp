@@ -201,36 +201,11 @@ QString remountDevice(const DeviceProperties& device, const QString& path, const
     return ntfs ? remountNtfs(device, path, options) : remountByKernel(device, path, options);
 }
 
-QStringList directoriesBelow(const QDir& root)
+/// A symbolic link can come from a medium that lies over the root, and would lead out of it.
+bool isRealDirectory(const QString& path)
 {
-    return root.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Unsorted);
-}
-
-/// Unmounts the media that lie over the root, and before them what was mounted in directories on them. Those
-/// directories belong to a medium and are not removed. Whether the root lies open.
-bool uncover(const QDir& root, int covers)
-{
-    for (; covers > 0; --covers) {
-        for (const QString& name : directoriesBelow(root)) {
-            MountCalls::unmount(root.filePath(name));
-        }
-        if (!MountCalls::unmount(root.path()).succeeded()) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/// Kept: each directory is unmounted once, whoever mounted it, in the order in which the root lists them, and
-/// failures are silent. Of several mounts on one directory the lower ones stay.
-void takeDown(const QDir& root)
-{
-    for (const QString& name : directoriesBelow(root)) {
-        const QString path = root.filePath(name);
-        LogText::debug(path);
-        MountCalls::unmount(path);
-        root.rmdir(name);
-    }
+    const QFileInfo directory(path);
+    return directory.isDir() && !directory.isSymLink();
 }
 
 } // namespace
@@ -250,8 +225,8 @@ DriveManager* DriveManager::instance()
 DriveManager::DriveManager()
 {
     VORNA_TRACE();
-    QDir::root().mkdir(_s_sTemp);
-    QDir::root().mkdir(_s_sRoot);
+    _temporary.create();
+    _final.create();
     for (const QDBusObjectPath& path : enumerateDevices(_s_udisks)) {
         if (StopRequest::isMade()) {
             break;
@@ -325,10 +300,8 @@ QString DriveManager::remountPath(const QString& path, const QString& options)
 void DriveManager::shutdown()
 {
     VORNA_TRACE();
-    if (uncover(QDir(_s_sRoot), _nCovers)) {
-        takeDown(QDir(_s_sRoot));
-    }
-    takeDown(QDir(_s_sTemp));
+    _final.takeDown();
+    _temporary.takeDown();
 }
 
 void DriveManager::_slot_addDevice(const QDBusObjectPath& path)
@@ -357,11 +330,8 @@ void DriveManager::_slot_addDevice(const QDBusObjectPath& path)
     const bool ntfs = MountPolicy::isNtfs(type);
     const bool mounted =
         ntfs ? mountNtfs(deviceFile, directory.path()) : mountByKernel(deviceFile, directory.path(), type);
-    if (mounted && external) {
-        _nCovers += directory.name.isEmpty() ? 1 : 0;
-        if (!ntfs) {
-            _mapMounted.insert(device.path(), directory.path());
-        }
+    if (mounted && external && !ntfs) {
+        _mapMounted.insert(device.path(), directory.path());
     }
 }
 
@@ -370,7 +340,7 @@ void DriveManager::_slot_removeDevice(const QDBusObjectPath& path)
     VORNA_TRACE();
     LogText::debug(QStringLiteral("Device removed: %1").arg(path.path()));
     const auto entry = _mapMounted.find(path.path());
-    if (entry == _mapMounted.end() || !QFileInfo(entry.value()).isDir()) {
+    if (entry == _mapMounted.end() || !isRealDirectory(entry.value())) {
         return;
     }
     const QString directory = entry.value();
@@ -380,9 +350,7 @@ void DriveManager::_slot_removeDevice(const QDBusObjectPath& path)
         LogText::warning(QStringLiteral("ERROR umount2: %1").arg(outcome.errorText()));
         return;
     }
-    if (directory == QDir(_s_sRoot).path()) {
-        --_nCovers;
-    } else {
+    if (directory != _final.path()) {
         QDir::root().rmdir(directory);
     }
     _mapMounted.erase(entry);

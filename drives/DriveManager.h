@@ -7,6 +7,7 @@
 #include <QString>
 
 #include "QDBusUDisksProxy.h"
+#include "drives/MountRoot.h"
 
 /// Owns the machine's mounted file systems: mounts what UDisks reports, gives the partitions of the machine's
 /// own disks their Windows drive letters, remounts on request and takes everything down at the end.
@@ -36,7 +37,8 @@ public:
     /// not at all.
     QString remountPath(const QString& path, const QString& options);
 
-    /// Unmounts every directory directly below the two roots, once each, and removes it.
+    /// Unmounts every directory directly below the two roots, once each, and removes it; before that, what
+    /// was mounted over a root since this object was made. What was over a root before stays.
     void shutdown();
 
 private Q_SLOTS:
@@ -55,6 +57,6 @@ private:
     /// Object path of a device to the directory it was mounted at. Holds external file systems other than
     /// NTFS.
     QMap<QString, QString> _mapMounted;
-    /// How many media without a name lie over `_s_sRoot` itself.
-    int _nCovers = 0;
+    MountRoot _final{_s_sRoot};
+    MountRoot _temporary{_s_sTemp};
 };

@@ -65,6 +65,15 @@ void pullOut(const std::string& section = "stick", const std::string& node = "sd
               "\"Device removed: /org/freedesktop/UDisks/devices/" + node + "\" ");
 }
 
+/// The second signal of a device that was already pulled.
+void pullOutAgain(const std::string& node = "sdb1")
+{
+    const QDBusObjectPath path(QStringLiteral("/org/freedesktop/UDisks/devices/") +
+                               QString::fromStdString(node));
+    ASSERT_TRUE(QMetaObject::invokeMethod(DriveManager::instance(), "_slot_removeDevice",
+                                          Q_ARG(QDBusObjectPath, path)));
+}
+
 class DriveManagerTest : public testing::Test
 {
 protected:
@@ -266,10 +275,13 @@ TEST_F(DriveManagerTest, KeepsTheEntryWhenTheForcedUnmountFails)
     plugIn();
     pullOut();
     EXPECT_TRUE(fs::is_directory("/media/DATA"));
-    plugIn();
-    pullOut();
-    EXPECT_THAT(KernelDoor::calls(), testing::SizeIs(4));
+    pullOutAgain();
+    EXPECT_THAT(KernelDoor::calls(),
+                ElementsAre(StartsWith("mount("), "umount2(/media/DATA, 1)", "umount2(/media/DATA, 1)"));
     EXPECT_FALSE(fs::exists("/media/DATA"));
+    fs::create_directory("/media/DATA");
+    pullOutAgain();
+    EXPECT_THAT(KernelDoor::calls(), testing::SizeIs(3)) << "the entry went with the mount";
 }
 
 TEST_F(DriveManagerTest, LeavesEverythingWhenTheRecordedDirectoryHasGone)
@@ -280,6 +292,22 @@ TEST_F(DriveManagerTest, LeavesEverythingWhenTheRecordedDirectoryHasGone)
     fs::remove("/media/DATA");
     pullOut();
     EXPECT_THAT(KernelDoor::calls(), testing::SizeIs(1));
+    EXPECT_EQ(timesLogged("\"Trying to umount2: /media/DATA\" "), 0);
+    fs::create_directory("/media/DATA");
+    pullOutAgain();
+    EXPECT_EQ(KernelDoor::calls().back(), "umount2(/media/DATA, 1)") << "the entry stayed";
+}
+
+TEST_F(DriveManagerTest, DoesNotFollowALinkThatTookThePlaceOfTheRecordedDirectory)
+{
+    const MachineProvider devices(Vfat);
+    DriveManager::instance();
+    plugIn();
+    fs::remove("/media/DATA");
+    fs::create_directory_symlink("/etc", "/media/DATA");
+    pullOut();
+    EXPECT_THAT(KernelDoor::calls(), testing::SizeIs(1));
+    EXPECT_TRUE(fs::is_symlink("/media/DATA"));
 }
 
 TEST_F(DriveManagerTest, StacksTwoFileSystemsOfOneLabelOnOneDirectory)
@@ -291,10 +319,11 @@ TEST_F(DriveManagerTest, StacksTwoFileSystemsOfOneLabelOnOneDirectory)
     plugIn();
     plugIn("other", "sdc1");
     pullOut();
+    fs::create_directory("/media/DATA");
     pullOut("other", "sdc1");
-    EXPECT_THAT(KernelDoor::calls(),
-                ElementsAre("mount(/dev/sdb1, /media/DATA, vfat, 0x0, utf8)",
-                            "mount(/dev/sdc1, /media/DATA, ext4, 0x0, )", "umount2(/media/DATA, 1)"));
+    EXPECT_THAT(KernelDoor::calls(), ElementsAre("mount(/dev/sdb1, /media/DATA, vfat, 0x0, utf8)",
+                                                 "mount(/dev/sdc1, /media/DATA, ext4, 0x0, )",
+                                                 "umount2(/media/DATA, 1)", "umount2(/media/DATA, 1)"));
 }
 
 TEST_F(DriveManagerTest, RetriesNtfsReadOnlyAndReportsBothRuns)

@@ -108,36 +108,4 @@ TEST_F(ShutdownTest, TriesAgainPlainlyWhatAPulledStickHasLeft)
     EXPECT_EQ(KernelDoor::calls().back(), "umount(/media/DATA)");
 }
 
-class NamelessMedium : public ShutdownTest
-{
-protected:
-    void plugIn()
-    {
-        DriveManager::instance();
-        MachineProvider::plug("stick");
-        ASSERT_TRUE(waitFor([] { return !KernelDoor::calls().empty(); }));
-        KernelDoor::reset();
-    }
-
-    const MachineProvider devices{
-        "[stick]\nNode = sdb1\nPlugged = false\nIdUsage = filesystem\nIdType = ntfs\n"};
-};
-
-TEST_F(NamelessMedium, IsTakenDownBeforeTheRootIsListed)
-{
-    plugIn();
-    manager().shutdown();
-    EXPECT_THAT(KernelDoor::calls(), ElementsAre("umount(/media)"));
-}
-
-TEST_F(NamelessMedium, KeepsItsDirectoriesWhenItCannotBeTakenDown)
-{
-    plugIn();
-    fs::create_directories("/media/of the medium");
-    KernelDoor::answer("umount(/media)", -1, EBUSY);
-    manager().shutdown();
-    EXPECT_THAT(KernelDoor::calls(), ElementsAre("umount(/media/of the medium)", "umount(/media)"));
-    EXPECT_TRUE(fs::is_directory("/media/of the medium"));
-}
-
 } // namespace

@@ -105,6 +105,64 @@ TEST_F(ShutdownTest, UnmountsEachDirectoryOnceAndReachesNothingDeeper)
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/stack", "/mnt/outer", "/mnt/outer/inner"));
 }
 
+/// Somebody mounts a disk on a root, as people do who look for a place.
+TEST_F(ShutdownTest, RemovesNoDirectoryOnADiskThatWasMountedOverARoot)
+{
+    machine.addInternal("sda1", Images::ext4("disk", "disk"));
+    start();
+    for (const char* root : {"/mnt", "/media"}) {
+        const std::string image = Images::ext4(fs::path(root).filename(), "foreign", {"empty/"});
+        ASSERT_EQ(runProgram({"mount", "-o", "loop", image, root}).status, 0);
+    }
+    stop();
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    for (const char* root : {"/mnt", "/media"}) {
+        EXPECT_THAT(Files::namesIn(root), IsEmpty());
+        ASSERT_EQ(
+            runProgram({"mount", "-o", "loop", "/tmp/images/" + fs::path(root).filename().string(), "/root"})
+                .status,
+            0);
+        EXPECT_TRUE(fs::is_directory("/root/empty")) << root;
+        ASSERT_EQ(umount("/root"), 0);
+    }
+}
+
+TEST_F(ShutdownTest, RemovesNothingOnADiskOverARootThatIsInUse)
+{
+    start();
+    mountTmpfs("/media");
+    fs::create_directories("/media/empty");
+    mountTmpfs("/media/on it");
+    Files::write("/media/open.txt", "");
+    const std::ifstream inUse("/media/open.txt");
+    stop();
+    EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media"));
+    EXPECT_TRUE(fs::is_directory("/media/empty"));
+    EXPECT_TRUE(fs::is_directory("/media/on it"));
+}
+
+TEST_F(ShutdownTest, FollowsNoLinkOnAMediumThatLiesOverARoot)
+{
+    start();
+    mountTmpfs("/elsewhere");
+    mountTmpfs("/media");
+    fs::create_directory_symlink("/elsewhere", "/media/link");
+    stop();
+    EXPECT_EQ(KernelMounts::sourceAt("/elsewhere"), "foreign");
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+}
+
+TEST_F(ShutdownTest, KeepsARootThatWasAMountBefore)
+{
+    mountTmpfs("/media");
+    machine.addInternal("sda1", Images::ext4("disk", "disk"));
+    start();
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
+    stop();
+    EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media"));
+    EXPECT_EQ(directoriesTakenDown(), std::vector<std::string>{"/media/C:"});
+}
+
 TEST_F(ShutdownTest, LeavesTheContentOfEveryFileSystemAsItWas)
 {
     const Images::Entries entries = {"Windows/", "Windows/win.ini", "empty/", ".hidden"};

@@ -134,6 +134,36 @@ TEST_F(StickTest, WithoutAnyNameCanBePulled)
     stop();
 }
 
+TEST_F(StickTest, WithoutAnyNameThatSomebodyUnmountedLeavesTheRestToTheUsualEnd)
+{
+    machine.addUnplugged("sdb1", Images::ntfs("stick", ""), {"IdUuid ="});
+    machine.addInternal("sda1", Images::ext4("disk", "disk"));
+    start();
+    machine.plug("sdb1");
+    EXPECT_TRUE(becomesMounted("/media", "/dev/sdb1"));
+    ASSERT_EQ(umount("/media"), 0);
+    stop();
+    EXPECT_EQ(ServiceLog::count("\"/media/C:\""), 1);
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
+}
+
+TEST_F(StickTest, HiddenByALinkOnAnotherMediumIsNotLookedForThere)
+{
+    machine.addUnplugged("sdb1", Images::ext4("stick", "DATA"));
+    start();
+    plugAndExpect("sdb1", "/media/DATA");
+    fs::create_directories("/elsewhere");
+    ASSERT_EQ(mount("foreign", "/elsewhere", "tmpfs", 0, ""), 0);
+    ASSERT_EQ(mount("foreign", "/media", "tmpfs", 0, ""), 0);
+    fs::create_directory_symlink("/elsewhere", "/media/DATA");
+    pull("sdb1");
+    EXPECT_EQ(ServiceLog::count("\"Trying to umount2: /media/DATA\""), 0);
+    stop();
+    EXPECT_EQ(KernelMounts::sourceAt("/elsewhere"), "foreign");
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+}
+
 TEST_F(StickTest, WithALabelInUseIsStackedOnTheFirst)
 {
     machine.addUnplugged("sdb1", Images::ext4("first", "TWIN"));
