@@ -2,6 +2,7 @@
 
 #include "drives/DeviceProperties.h"
 #include "service/LogText.h"
+#include "service/StopRequest.h"
 
 namespace DeviceDump {
 namespace {
@@ -70,7 +71,11 @@ constexpr Row Rows[] = {
 void write(const DeviceProperties& device)
 {
     for (const Row& row : Rows) {
-        LogText::debugLabelled(row.label, row.form(device, row.property));
+        const QString value = row.form(device, row.property);
+        if (StopRequest::isMade()) {
+            return;
+        }
+        LogText::debugLabelled(row.label, value);
     }
 }
 

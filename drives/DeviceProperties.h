@@ -9,8 +9,9 @@
 /// Reads the properties of one UDisks device, each from the service at the time of the call.
 ///
 /// A property that cannot be read, that has another type than the interface says or whose answer takes longer
-/// than `ReadTimeout` counts as empty, false or 0. Once a stop was asked for and UDisks has left a question
-/// unanswered, it is asked no more. Nothing throws. Belongs to the thread that makes it.
+/// than `ReadTimeout` counts as empty, false or 0. Once a stop was asked for nothing is asked any more, and
+/// every property counts so: look at StopRequest before acting on what was read. Nothing throws. Belongs to
+/// the thread that makes it.
 class DeviceProperties
 {
 public:

@@ -1,5 +1,6 @@
 #include "drives/DriveManager.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <QDir>
@@ -12,7 +13,7 @@
 #include "drives/MountCalls.h"
 #include "drives/MountPolicy.h"
 #include "drives/NtfsMount.h"
-#include "drives/RemountOptions.h"
+#include "drives/Remount.h"
 #include "drives/UDisks.h"
 #include "service/LogText.h"
 #include "service/StopRequest.h"
@@ -23,18 +24,20 @@ using MountPolicy::MountDirectory;
 namespace {
 
 constexpr qint64 ScsiDiskMajor = 8;
-constexpr unsigned long PollInterval = 200; // microseconds
+constexpr unsigned long ShortestPause = 200;  // microseconds
+constexpr unsigned long LongestPause = 10000; // microseconds
 
 /// The devices that UDisks knows. The first call may have to start UDisks, so it gets the bus's full time; a
 /// stop that is asked for meanwhile ends the wait.
 QList<QDBusObjectPath> enumerateDevices(QDBusUDisksProxy& udisks)
 {
     QDBusPendingReply<QList<QDBusObjectPath>> reply = udisks.EnumerateDevices();
-    while (!reply.isFinished()) {
+    for (unsigned long pause = ShortestPause; !reply.isFinished();
+         pause = std::min(2 * pause, LongestPause)) {
         if (StopRequest::isMade()) {
             return {};
         }
-        QThread::usleep(PollInterval);
+        QThread::usleep(pause);
     }
     return reply.value();
 }
@@ -141,66 +144,6 @@ void removeTemporaryDirectory(const QString& root, const QString& deviceFile)
     }
 }
 
-/// Kept: a failed unmount does not stop the remount; the driver then stacks its mount on the old one or
-/// fails.
-void unmountForRemount(const QString& path)
-{
-    const MountCalls::Outcome outcome = MountCalls::unmount(path);
-    if (!outcome.succeeded()) {
-        const QString form = QStringLiteral("ERROR umount: [%1] with error: %2");
-        LogText::warning(form.arg(path, outcome.errorText()));
-    }
-}
-
-void repair(const QString& deviceFile)
-{
-    const ShellCommand command(QStringLiteral("ntfsfix %1"), deviceFile);
-    LogText::debug(command.text());
-    MountCalls::run(command);
-}
-
-QString done(const QString& path, const QString& options)
-{
-    return QStringLiteral("DONE remount: [%1] with options: [%2]").arg(path, options);
-}
-
-QString remountNtfs(const DeviceProperties& device, const QString& path, const QString& options)
-{
-    unmountForRemount(path);
-    if (RemountOptions::wantsRepair(options)) {
-        repair(device.text("DeviceFile"));
-    }
-    // Kept: the words that choose the repair and the driver reach the driver as mount options too.
-    const QString form = RemountOptions::ntfsDriver(options) + QStringLiteral(" %1 %2 %3");
-    const QString argument = RemountOptions::optionArgument(options);
-    if (NtfsMount::run(ShellCommand(form, device.text("DeviceFile"), path, argument))) {
-        return done(path, options);
-    }
-    // Kept: the caller is not told whether the fallback worked; the log holds it.
-    NtfsMount::runReadOnly(device.text("DeviceFile"), path);
-    return {};
-}
-
-QString remountByKernel(const DeviceProperties& device, const QString& path, const QString& options)
-{
-    const auto how = RemountOptions::kernelRemount(RemountOptions::optionArgument(options));
-    const MountCalls::Outcome outcome =
-        MountCalls::remount(device.text("DeviceFile"), path, how.flags, how.data);
-    if (outcome.succeeded()) {
-        return done(path, options);
-    }
-    const QString form = QStringLiteral("ERROR remount: [%1] with error: %2");
-    QString result = form.arg(path, outcome.errorText());
-    LogText::warning(result);
-    return result;
-}
-
-QString remountDevice(const DeviceProperties& device, const QString& path, const QString& options)
-{
-    const bool ntfs = MountPolicy::isNtfs(device.text("IdType"));
-    return ntfs ? remountNtfs(device, path, options) : remountByKernel(device, path, options);
-}
-
 /// A symbolic link can come from a medium that lies over the root, and would lead out of it.
 bool isRealDirectory(const QString& path)
 {
@@ -267,6 +210,9 @@ void DriveManager::startUp()
         if (letter.isEmpty()) {
             letter = letterByItself(device, temporary, finalRoot, runningLetter);
         }
+        if (StopRequest::isMade()) {
+            return;
+        }
         const MountDirectory target = MountPolicy::directoryForLabel(_s_sRoot, letter);
         if (!move(temporary, target)) {
             continue;
@@ -286,10 +232,10 @@ QString DriveManager::remountPath(const QString& path, const QString& options)
     for (const QDBusObjectPath& partition : qAsConst(_lstPartitions)) {
         const DeviceProperties device(partition);
         if (device.list("DeviceMountPaths").contains(path)) {
-            return remountDevice(device, path, options);
+            return Remount::carryOut({device.text("IdType"), device.text("DeviceFile"), path, options});
         }
         if (StopRequest::isMade()) {
-            break;
+            return {};
         }
     }
     QString result = QStringLiteral("WARNING re-mount path not found: [%1]").arg(path);
