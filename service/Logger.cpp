@@ -48,6 +48,8 @@ std::string timeStamp()
     timeval now{};
     gettimeofday(&now, nullptr);
     tm calendar{};
+    // A live system may get its time zone after the service has started; localtime_r alone would not notice.
+    tzset();
     localtime_r(&now.tv_sec, &calendar);
     std::array<char, 64> seconds{};
     std::strftime(seconds.data(), seconds.size(), "%d.%m.%Y %H:%M:%S", &calendar);

@@ -52,6 +52,21 @@ TEST_F(LoggerTest, WritesTheLineByteForByte)
     EXPECT_TRUE(std::regex_match(log(), form)) << log();
 }
 
+TEST_F(LoggerTest, FollowsATimeZoneThatChangesWhileItRuns)
+{
+    const Logger logger(file, Vorna::Warning, Large);
+    constexpr std::size_t HourAndMinute = 12; // behind "<dd.mm.yyyy "
+    std::vector<std::string> times;
+    for (const char* zone : {"A+0", "B-11:30"}) {
+        setenv("TZ", zone, 1);
+        std::remove(file.c_str());
+        logger.logString(Vorna::Warning, "f", "now");
+        times.push_back(log().substr(HourAndMinute, 5));
+    }
+    unsetenv("TZ");
+    EXPECT_NE(times.front(), times.back());
+}
+
 TEST_F(LoggerTest, KeepsTheLineFeedOfAMessageAndAddsNoCarriageReturn)
 {
     const Logger logger(file, Vorna::Warning, Large);
