@@ -132,7 +132,22 @@ TEST(WindowsDrives, SurvivesAMegabyteOfNoise)
     drives.partitions();
 }
 
-TEST(WindowsDrives, ReadsTheEarlierCopyWhenItCannotBeReplaced)
+TEST(WindowsDrives, TakesOneMapOfTwoInOneProgramDirectory)
+{
+    writeMap("[disk]\nPartition1=C:\n");
+    const fs::path inner = fs::path(Map).parent_path() / "inner/drives.ini";
+    fs::create_directories(inner.parent_path());
+    std::ofstream(inner) << "[disk]\nPartition1=D:\n";
+    const WindowsDrives drives;
+    const auto partitions = drives.partitions();
+    ASSERT_THAT(partitions, testing::SizeIs(1));
+    const std::string taken =
+        partitions.first().letters == QStringList(QStringLiteral("C:")) ? Map : inner.string();
+    EXPECT_THAT(LogWatch::messages(7), testing::Contains("\"Drives file found: " + taken + "\" "));
+    EXPECT_THAT(LogWatch::messages(7), testing::SizeIs(2)) << "the map and its one partition";
+}
+
+TEST(WindowsDrives, HasNoPartitionsWhenThereIsNoPlaceForTheCopy)
 {
     writeMap("[new]\nPartition1=D:\n");
     fs::create_directories("/tmp/drives.ini/not a file");

@@ -49,6 +49,12 @@ TEST(LogOutput, DropsMessagesAboutTheDisplayLockEvenOnStandardError)
     EXPECT_THAT(LogWatch::lines(), IsEmpty());
 }
 
+TEST(LogOutput, WritesMessagesAboutOtherLocks)
+{
+    logOutput(QtDebugMsg, "abc qwslock QWSlock def");
+    EXPECT_THAT(LogWatch::messages(7), ElementsAre("abc qwslock QWSlock def"));
+}
+
 TEST(LogOutput, NeverTakesAMessageForAFormat)
 {
     logOutput(QtDebugMsg, "%s%n%d 100%");
@@ -69,13 +75,13 @@ TEST(LogOutput, AsksTheApplicationToQuitAfterAFatalMessage)
     QObject::connect(&bound, &QTimer::timeout, [] { QCoreApplication::exit(1); });
     bound.start(5000);
     QTimer::singleShot(0, [] { logOutput(QtFatalMsg, "the end"); });
-    LogWatch::expect("the end");
+    LogWatch::expect("the end", Vorna::Fatal);
     EXPECT_EQ(QCoreApplication::exec(), 0);
 }
 
 TEST(LogOutput, IsWhatAFatalMessageIsWrittenWithBeforeTheProcessAborts)
 {
-    LogWatch::expect("no way on"); // written by the process that aborts
+    LogWatch::expect("no way on", Vorna::Fatal); // written by the process that aborts
     EXPECT_DEATH(qFatal("no way on"), "\\(1\\) \tno way on");
 }
 

@@ -12,7 +12,13 @@
 namespace LogWatch {
 namespace {
 
-std::vector<std::string> announced;
+struct Announced
+{
+    std::string message;
+    int level;
+};
+
+std::vector<Announced> announced;
 
 bool isAlarming(const Line& line)
 {
@@ -64,25 +70,28 @@ std::vector<std::string> messages(int level)
     return result;
 }
 
-void expect(const std::string& message)
+void expect(const std::string& message, int level)
 {
-    announced.push_back(message);
+    announced.push_back({message, level});
 }
 
 std::vector<std::string> unexpected()
 {
-    std::vector<std::string> open = announced;
+    std::vector<Announced> open = announced;
     std::vector<std::string> result;
     for (const Line& line : lines()) {
-        const auto match = std::find(open.begin(), open.end(), line.message);
+        const auto match = std::find_if(open.begin(), open.end(), [&](const Announced& candidate) {
+            return candidate.message == line.message && candidate.level == line.level;
+        });
         if (match != open.end()) {
             open.erase(match);
         } else if (isAlarming(line)) {
             result.push_back(line.message);
         }
     }
-    for (const std::string& message : open) {
-        result.push_back("announced, but never written: " + message);
+    for (const Announced& missing : open) {
+        result.push_back("announced, but never written at level " + std::to_string(missing.level) + ": " +
+                         missing.message);
     }
     return result;
 }

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "service/Logger.h"
+
 /// The log is output under test. A test says what it expects; whatever else arrives at warning level or above
 /// fails it (TestMain installs the check for every test).
 namespace LogWatch {
@@ -26,8 +28,9 @@ std::vector<std::string> messages(int level);
 /// The bytes of the log file since `begin`.
 std::string raw();
 
-/// Announces a message of warning level or above that the test provokes; each call covers one line.
-void expect(const std::string& message);
+/// Announces a message of warning level or above that the test provokes; each call covers one line of exactly
+/// that level.
+void expect(const std::string& message, int level = Vorna::Warning);
 
 /// The messages of warning level or above that nobody announced.
 std::vector<std::string> unexpected();

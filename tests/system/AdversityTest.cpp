@@ -271,6 +271,19 @@ TEST_F(AdversityTest, DrivesMapThatCannotBeReadLeavesNothingOfAnEarlierOne)
     stop();
 }
 
+TEST_F(AdversityTest, EarlierCopyOfTheDrivesMapThatCannotBeReplacedIsRead)
+{
+    Files::write("/tmp/drives.ini", "[Disk]\nPartition1=[0000000A]K:\n");
+    ASSERT_EQ(mount("/tmp/drives.ini", "/tmp/drives.ini", nullptr, MS_BIND, nullptr), 0);
+    writeDrivesMap("[Disk]\nPartition1=[0000000A]L:\n");
+    machine.addInternal("sda1", Images::ntfs("os", "OS", {}, "010101010000000A"));
+    start();
+    EXPECT_EQ(KernelMounts::sourceAt("/media/K:"), "/dev/sda1");
+    stop();
+    EXPECT_THAT(Files::namesIn("/tmp"), testing::Not(testing::Contains(testing::StartsWith("drives.ini."))))
+        << "no leftovers";
+}
+
 TEST_F(AdversityTest, VornaThatIsALinkIsNotEntered)
 {
     fs::create_directories("/mounts/win/Program Files");

@@ -184,6 +184,26 @@ TEST_F(LaunchTest, ArgumentsAreLoggedAtTheLevelInForceBeforeThem)
     EXPECT_EQ(ServiceLog::count("\"Application argument: seen\""), 1);
 }
 
+TEST_F(LaunchTest, ServiceIntroducesItselfAfterItsLevelIsSet)
+{
+    Service service({"log=10"});
+    ASSERT_TRUE(service.isReady());
+    ASSERT_EQ(service.stop(SIGTERM), 0);
+    std::vector<std::string> beginning;
+    for (const LogWatch::Line& line : ServiceLog::lines()) {
+        beginning.push_back(line.source + " " + line.message);
+    }
+    beginning.resize(5);
+    EXPECT_THAT(
+        beginning,
+        ElementsAre("qWarning \"Application argument: " + Service::program() + "\" ",
+                    "qWarning \"Application argument: log=10\" ", "qWarning \"Set default log level: 10\" ",
+                    MatchesRegex("main\\.cpp \\[[0-9]+\\]main"),
+                    MatchesRegex("qDebug \"Running: DriveManager \\(v1\\.1\\.3\\) - Build date: "
+                                 "\\[[A-Z][a-z][a-z] [ 0-9][0-9] [0-9]{4} / [0-9]{2}:[0-9]{2}:[0-9]{2}\\] - "
+                                 "Qt version: \\[5\\.[0-9]+\\.[0-9]+\\]\" ")));
+}
+
 TEST_F(LaunchTest, OperationsAreTracedInTheOrderOfTheirCalls)
 {
     Service service;

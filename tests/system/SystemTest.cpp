@@ -46,13 +46,15 @@ bool isWrittenAtEveryStart(const std::string& message)
     });
 }
 
+/// With its level in front when that is another one than warning.
 std::vector<std::string> unusualWarnings()
 {
     std::vector<std::string> result;
     for (int level = Vorna::Fatal; level <= Vorna::Warning; ++level) {
+        const std::string prefix = level == Vorna::Warning ? "" : "at level " + std::to_string(level) + ": ";
         for (const std::string& message : ServiceLog::messages(level)) {
             if (!isWrittenAtEveryStart(message)) {
-                result.push_back(message);
+                result.push_back(prefix + message);
             }
         }
     }

@@ -22,7 +22,7 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    /// Announces a message that the service is to write once at warning level or above.
+    /// Announces a message that the service is to write once at warning level.
     void expectWarning(const std::string& message) { _announced.push_back(message); }
     /// The same for a string value, which the log shows between double quotes.
     void expectQuotedWarning(const std::string& text) { expectWarning(ServiceLog::quoted(text)); }
