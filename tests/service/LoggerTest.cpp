@@ -57,7 +57,7 @@ TEST_F(LoggerTest, FollowsATimeZoneThatChangesWhileItRuns)
     const Logger logger(file, Vorna::Warning, Large);
     constexpr std::size_t HourAndMinute = 12; // behind "<dd.mm.yyyy "
     std::vector<std::string> times;
-    for (const char* zone : {"A+0", "B-11:30"}) {
+    for (const char* zone : {"AAA+0", "BBB-11:30"}) {
         setenv("TZ", zone, 1);
         std::remove(file.c_str());
         logger.logString(Vorna::Warning, "f", "now");
