@@ -13,7 +13,8 @@ const QString DEVICE_FILE = QStringLiteral("DeviceFile");
 
 QStringList mountPaths(const Device& device)
 {
-    return MountTable::mountPaths(device.number, device.properties.value(DEVICE_FILE).toString());
+    static MountTable table;
+    return table.mountPaths(device.number, device.properties.value(DEVICE_FILE).toString());
 }
 
 QVariant value(const Device& device, const QString& name, const QString& type)

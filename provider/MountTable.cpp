@@ -2,15 +2,16 @@
 
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <libmount.h>
 
-namespace MountTable {
 namespace {
 
-using Table = std::unique_ptr<libmnt_table, decltype(&mnt_unref_table)>;
 using Iterator = std::unique_ptr<libmnt_iter, decltype(&mnt_free_iter)>;
 
 QByteArray text(const char* value)
@@ -29,16 +30,31 @@ bool isOn(libmnt_fs* mounted, dev_t number, const QByteArray& deviceFile)
 
 } // namespace
 
-QStringList mountPaths(dev_t number, const QString& deviceFile, const char* table)
+MountTable::MountTable(const char* file)
+    : _file(file)
+    , _descriptor(open(file, O_RDONLY | O_CLOEXEC))
+    , _entries(nullptr, &mnt_unref_table)
+{
+}
+
+MountTable::~MountTable()
+{
+    close(_descriptor);
+}
+
+QStringList MountTable::mountPaths(dev_t number, const QString& deviceFile)
 {
     if (number == 0) {
         return {};
     }
-    const Table entries(mnt_new_table_from_file(table), &mnt_unref_table);
+    // Asked before it is read: what changes in between is read again the next time.
+    if (hasChanged() || !_entries) {
+        _entries.reset(mnt_new_table_from_file(_file));
+    }
     const Iterator iterator(mnt_new_iter(MNT_ITER_FORWARD), &mnt_free_iter);
     std::vector<QByteArray> paths;
     libmnt_fs* mounted = nullptr;
-    while (entries && mnt_table_next_fs(entries.get(), iterator.get(), &mounted) == 0) {
+    while (_entries && mnt_table_next_fs(_entries.get(), iterator.get(), &mounted) == 0) {
         if (isOn(mounted, number, deviceFile.toUtf8())) {
             paths.push_back(text(mnt_fs_get_target(mounted)));
         }
@@ -51,4 +67,9 @@ QStringList mountPaths(dev_t number, const QString& deviceFile, const char* tabl
     return result;
 }
 
-} // namespace MountTable
+/// The kernel marks the open table when anything is mounted, moved or unmounted; asking takes the mark away.
+bool MountTable::hasChanged() const
+{
+    pollfd table{_descriptor, POLLPRI, 0};
+    return _descriptor < 0 || poll(&table, 1, 0) != 0;
+}

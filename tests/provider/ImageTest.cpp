@@ -180,6 +180,21 @@ TEST_F(ImageTest, ShowsWhereTheDeviceIsMountedAtEveryRead)
     EXPECT_THAT(mountPaths("sdb1"), IsEmpty());
 }
 
+TEST_F(ImageTest, ShowsEachChangeOfTheMountTableAtTheNextRead)
+{
+    const MachineProvider provider("[sdb1]\nImage = " + ext4() + "\n");
+    fs::create_directories("/tmp/mounts/moved");
+    for (int round = 0; round < 20; ++round) {
+        {
+            const Mount mounted("/dev/sdb1", "/tmp/mounts/here", "ext4");
+            ASSERT_THAT(mountPaths("sdb1"), ElementsAre(QStringLiteral("/tmp/mounts/here")));
+            const Mount moved("/tmp/mounts/here", "/tmp/mounts/moved", nullptr, MS_MOVE);
+            ASSERT_THAT(mountPaths("sdb1"), ElementsAre(QStringLiteral("/tmp/mounts/moved")));
+        }
+        ASSERT_THAT(mountPaths("sdb1"), IsEmpty());
+    }
+}
+
 TEST_F(ImageTest, DoesNotCountABindOfAPart)
 {
     const MachineProvider provider("[sdb1]\nImage = " + ext4() + "\n");

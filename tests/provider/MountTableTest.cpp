@@ -26,7 +26,7 @@ std::vector<std::string> pathsOf(dev_t number, const char* node)
     const std::string file = directory.path() + "/mountinfo";
     std::ofstream(file) << TABLE;
     std::vector<std::string> result;
-    for (const QString& path : MountTable::mountPaths(number, QString::fromLatin1(node), file.c_str())) {
+    for (const QString& path : MountTable(file.c_str()).mountPaths(number, QString::fromLatin1(node))) {
         result.push_back(path.toStdString());
     }
     return result;
@@ -52,5 +52,5 @@ TEST(MountTableTest, FindsNothingForADeviceThatIsNotMountedOrHasNoNumberOrWithou
 {
     EXPECT_THAT(pathsOf(0, "/dev/sdc1"), testing::IsEmpty());
     EXPECT_THAT(pathsOf(makedev(8, 2), "/dev/sda2"), testing::IsEmpty());
-    EXPECT_TRUE(MountTable::mountPaths(makedev(8, 1), QString(), "/nonexistent").isEmpty());
+    EXPECT_TRUE(MountTable("/nonexistent").mountPaths(makedev(8, 1), QString()).isEmpty());
 }
