@@ -1,15 +1,76 @@
 // Connects to the system bus, asks UDisks for its devices and ends: what any program of this framework spends
-// before it has done anything for a device.
+// before it has done anything for a device. "bare_bus_client ask" also asks the questions that the service
+// has to ask about each device, in the same order, and does nothing with the answers.
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusReply>
+
+namespace {
+
+using Questions = QList<const char*>;
+
+/// For the log, and to see whether it is a partition of a disk.
+const Questions ToKnow = {"DeviceFile",
+                          "DeviceMajor",
+                          "DeviceMinor",
+                          "DeviceFileById",
+                          "DeviceFileByPath",
+                          "DeviceSize",
+                          "DeviceBlockSize",
+                          "DeviceIsDrive",
+                          "DeviceIsMounted",
+                          "DeviceIsPartition",
+                          "DeviceIsSystemInternal",
+                          "IdLabel",
+                          "IdType",
+                          "IdUsage",
+                          "IdUuid",
+                          "PartitionType",
+                          "PartitionFlags",
+                          "PartitionScheme",
+                          "DriveIsMediaEjectable",
+                          "DeviceIsOpticalDisc",
+                          "DeviceMajor",
+                          "DeviceIsPartition"};
+
+/// To mount it, and to arrange it.
+const Questions ToArrange = {"IdType",     "DeviceIsSystemInternal",
+                             "DeviceFile", "DeviceMountPaths",
+                             "DeviceFile", "IdLabel",
+                             "DeviceFile", "IdType"};
+
+QDBusMessage call(const QString& path, const QString& interface, const QString& method,
+                  const QVariantList& arguments)
+{
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.UDisks"), path, interface, method);
+    message.setArguments(arguments);
+    return QDBusConnection::systemBus().call(message);
+}
+
+void ask(const QList<QDBusObjectPath>& devices, const Questions& questions)
+{
+    for (const QDBusObjectPath& device : devices) {
+        for (const char* property : questions) {
+            call(device.path(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
+                 {QStringLiteral("org.freedesktop.UDisks.Device"), QString::fromLatin1(property)});
+        }
+    }
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    const QDBusMessage question = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.UDisks"), QStringLiteral("/org/freedesktop/UDisks"),
-        QStringLiteral("org.freedesktop.UDisks"), QStringLiteral("EnumerateDevices"));
-    const QDBusMessage reply = QDBusConnection::systemBus().call(question);
-    return reply.type() == QDBusMessage::ReplyMessage ? 0 : 1;
+    const QDBusReply<QList<QDBusObjectPath>> devices =
+        call(QStringLiteral("/org/freedesktop/UDisks"), QStringLiteral("org.freedesktop.UDisks"),
+             QStringLiteral("EnumerateDevices"), {});
+    if (argc > 1) {
+        ask(devices.value(), ToKnow);
+        ask(devices.value(), ToArrange);
+    }
+    return devices.isValid() ? 0 : 1;
 }
