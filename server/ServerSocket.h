@@ -31,7 +31,7 @@ public:
     /// Binds to the first IPv4 address of `host`. Throws SocketBindingException, also when `host` does not
     /// resolve.
     void bindTCP(const std::string& host, unsigned int port);
-    /// Binds "host:port" by TCP, anything without a colon as a Unix path.
+    /// Binds "host:port" by TCP, anything without a colon as a Unix path. Throws SocketBindingException.
     void bind(const std::string& address);
     /// Throws SocketException.
     void listen(int backlog);

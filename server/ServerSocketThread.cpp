@@ -110,23 +110,24 @@ bool ServerSocketThread::waitForRequest(VORNA::ServerSocket& connection) const
 std::string ServerSocketThread::replyTo(const std::string& request)
 {
     const MountCommand command(QString::fromLocal8Bit(request.data(), static_cast<int>(request.size())));
-    if (!command.isValid()) {
+    switch (command.command()) {
+    case MountCommand::Invalid:
         return "Command invalid: " + request;
-    }
-    if (command.command() != MountCommand::Remount) {
+    case MountCommand::Remount:
+        return remount(command.argumentPair());
+    default:
         return "Command not implemented!";
     }
-    const QPair<QString, QString> argument = command.argumentPair();
-    return remount(argument.first, argument.second);
 }
 
-std::string ServerSocketThread::remount(const QString& path, const QString& options)
+std::string ServerSocketThread::remount(const QPair<QString, QString>& pathAndOptions)
 {
     const std::lock_guard<std::mutex> guard(_remounting);
     if (isLeaving()) {
         return {};
     }
-    return QFile::encodeName(DriveManager::instance()->remountPath(path, options)).toStdString();
+    const QString status = DriveManager::instance()->remountPath(pathAndOptions.first, pathAndOptions.second);
+    return QFile::encodeName(status).toStdString();
 }
 
 void ServerSocketThread::holdConnection(const Connection& connection)

@@ -5,6 +5,7 @@
 #include <string>
 
 #include <Poco/SharedPtr.h>
+#include <QPair>
 #include <QString>
 #include <QThread>
 
@@ -29,8 +30,8 @@ public:
     /// Returns when no remount runs any more; none starts afterwards. Called on another thread than this one.
     void finishRemount();
     /// Ends the serving loop, hanging up on a client that holds it, and waits for the thread's end. Whether
-    /// it ended within `LeaveTimeout` milliseconds. Called on another thread than this one, after
-    /// `finishRemount`.
+    /// it ended within `LeaveTimeout` milliseconds: if not, this must not be destroyed, for a thread that
+    /// runs would abort the process. Called on another thread than this one, after `finishRemount`.
     bool leave();
 
     static constexpr unsigned long LeaveTimeout = 2000;
@@ -46,7 +47,7 @@ private:
     void exchange(VORNA::ServerSocket& connection);
     bool waitForRequest(VORNA::ServerSocket& connection) const;
     std::string replyTo(const std::string& request);
-    std::string remount(const QString& path, const QString& options);
+    std::string remount(const QPair<QString, QString>& pathAndOptions);
 
     void holdConnection(const Connection& connection);
     void hangUp();

@@ -52,7 +52,7 @@ public:
     virtual void shutdown(int how);
     /// As `send` with flags 0.
     virtual Socket& operator<<(std::string text);
-    /// Sends the decimal text of `number`.
+    /// As `send` of the decimal text of `number`.
     virtual Socket& operator<<(int number);
     /// As `read(out)`.
     virtual Socket& operator>>(std::string& out);

@@ -1,25 +1,37 @@
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <functional>
+#include <list>
 #include <string>
+#include <thread>
 
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <gmock/gmock.h>
+
+#include <QTextCodec>
 
 #include "drives/DriveManager.h"
 #include "server/ClientSocket.h"
 #include "server/ServerSocketThread.h"
+#include "server/SocketException.h"
+#include "service/Trace.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
 #include "tests/support/MachineProvider.h"
+#include "tests/support/UnixSockets.h"
 #include "tests/support/WaitFor.h"
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::EndsWith;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 namespace {
@@ -31,27 +43,33 @@ const char* const Machine = "[sda1]\nInternal = true\nPartition = true\nDeviceMa
 
 bool isListening()
 {
-    std::ifstream table("/proc/net/unix");
-    for (std::string line; std::getline(table, line);) {
-        // Num RefCount Protocol Flags: __SO_ACCEPTCON, Type, St, Inode, Path
-        if (line.find(" 00010000 ") != std::string::npos && line.rfind(SocketPath) == line.size() - 12) {
-            return true;
-        }
-    }
-    return false;
+    return UnixSockets::somebodyListensAt(SocketPath);
+}
+
+bool isServing()
+{
+    return UnixSockets::acceptedAt(SocketPath) > 0;
+}
+
+void waitUntilServing()
+{
+    EXPECT_TRUE(waitFor(isServing));
 }
 
 class Client : public VORNA::ClientSocket
 {
 public:
     Client()
-        : ClientSocket(AF_UNIX, SOCK_STREAM)
+        : Client(0)
     {
-        connect(SocketPath);
     }
     std::string ask(const std::string& request)
     {
         send(request, 0);
+        return reply();
+    }
+    std::string reply()
+    {
         std::string reply;
         for (std::string part; read(part) > 0;) {
             reply += part;
@@ -65,7 +83,57 @@ public:
         setsockopt(fd, SOL_SOCKET, SO_SNDBUFFORCE, &size, sizeof size);
         send(request, 0);
     }
+    /// Waits until all that was sent is read.
+    void waitUntilRead() const
+    {
+        EXPECT_TRUE(waitFor([this] {
+            int unread = 0;
+            return ioctl(fd, SIOCOUTQ, &unread) == 0 && unread == 0;
+        }));
+    }
     using VORNA::Socket::fd;
+
+protected:
+    explicit Client(int flags)
+        : ClientSocket(AF_UNIX, SOCK_STREAM | flags)
+    {
+        connect(SocketPath);
+    }
+};
+
+/// Finds a free place at once, or throws.
+class ImpatientClient : public Client
+{
+public:
+    ImpatientClient()
+        : Client(SOCK_NONBLOCK)
+    {
+        fcntl(fd, F_SETFL, 0);
+    }
+};
+
+/// The 8-bit text of the service, which here does `before` it reads a text.
+class Codec : public QTextCodec
+{
+public:
+    Codec() { setCodecForLocale(this); }
+    static void restore() { setCodecForLocale(codecForName("UTF-8")); }
+
+    QByteArray name() const override { return "UTF-8 in a test"; }
+    int mibEnum() const override { return -1; }
+
+    std::function<void(const QByteArray& text)> before;
+
+protected:
+    QString convertToUnicode(const char* text, int size, ConverterState* /*state*/) const override
+    {
+        before(QByteArray(text, size));
+        return QString::fromUtf8(text, size);
+    }
+    QByteArray convertFromUnicode(const QChar* text, int size, ConverterState* /*state*/) const override
+    {
+        return QString(text, size).toUtf8();
+    }
 };
 
 class ServerSocketThreadTest : public testing::Test
@@ -92,6 +160,19 @@ protected:
         EXPECT_TRUE(thread.leave());
         const auto taken = std::chrono::steady_clock::now() - start;
         return std::chrono::duration_cast<std::chrono::milliseconds>(taken).count();
+    }
+
+    /// What the classes that serve a request have traced since the log began: "File.cpp function".
+    static std::vector<std::string> traced(const std::vector<std::string>& sources)
+    {
+        std::vector<std::string> result;
+        for (const LogWatch::Line& line : LogWatch::lines()) {
+            if (line.level == Vorna::Trace &&
+                std::find(sources.begin(), sources.end(), line.source) != sources.end()) {
+                result.push_back(line.source + ' ' + line.message.substr(line.message.find(']') + 1));
+            }
+        }
+        return result;
     }
 
     const MachineProvider devices{Machine};
@@ -156,19 +237,16 @@ TEST_F(ServerSocketThreadTest, AnswersARequestWhoseEndIsTheClosedSendingSide)
 {
     Client client;
     client.send("hello" + std::string(2 * 10240 - 5, 'x'), 0);
-    client.shutdown(SHUT_WR);
     LogWatch::begin(0);
-    std::string reply;
-    for (std::string part; client.read(part) > 0;) {
-        reply += part;
-    }
-    EXPECT_EQ(reply.size(), 17 + 2 * 10240U);
+    client.shutdown(SHUT_WR);
+    EXPECT_EQ(client.reply().size(), 17 + 2 * 10240U);
     LogWatch::begin();
 }
 
 TEST_F(ServerSocketThreadTest, IsNotHeldByASilentClientWhenItStops)
 {
     const Client silent;
+    waitUntilServing();
     const Client queued;
     EXPECT_LT(stop(), 1000);
 }
@@ -177,6 +255,7 @@ TEST_F(ServerSocketThreadTest, IsNotHeldByAClientThatSendsAFullBufferAndWaits)
 {
     Client client;
     client.send(std::string(10240, 'x'), 0);
+    client.waitUntilRead();
     EXPECT_LT(stop(), 1000);
     EXPECT_THAT(KernelDoor::calls(), IsEmpty());
 }
@@ -199,23 +278,100 @@ TEST_F(ServerSocketThreadTest, StartsNoRemountOnceItWasAskedToFinish)
 {
     Client client;
     client.send("remount:/media/D:=rw" + std::string(10240 - 20, ' '), 0);
+    client.waitUntilRead();
     thread.finishRemount();
     client.send(" ", 0);
     EXPECT_TRUE(thread.leave());
     EXPECT_THAT(KernelDoor::calls(), IsEmpty());
 }
 
+TEST_F(ServerSocketThreadTest, StartsNoRemountThatWasReadBeforeItWasAskedToFinish)
+{
+    auto* const codec = new Codec; // the framework's from here on
+    codec->before = [this](const QByteArray& text) {
+        if (text == "remount:/media/D:=rw") {
+            std::thread([this] { thread.finishRemount(); }).join();
+        }
+    };
+    EXPECT_EQ(Client().ask("remount:/media/D:=rw"), "");
+    Codec::restore();
+    EXPECT_TRUE(thread.leave());
+    EXPECT_THAT(KernelDoor::calls(), IsEmpty());
+}
+
+TEST_F(ServerSocketThreadTest, ServesOneClientAtATimeInTheOrderInWhichTheyConnected)
+{
+    Client first;
+    waitUntilServing();
+    std::list<Client> others(3);
+    // Requests arrive the other way round.
+    int number = 3;
+    for (auto other = others.rbegin(); other != others.rend(); ++other) {
+        other->send("c" + std::to_string(number--), 0);
+    }
+    EXPECT_FALSE(waitFor([] { return UnixSockets::acceptedAt(SocketPath) > 1; }, 300ms));
+    EXPECT_EQ(first.ask("c0"), "Command invalid: c0");
+    for (Client& other : others) {
+        EXPECT_EQ(other.reply(), "Command invalid: c" + std::to_string(++number));
+    }
+    std::vector<std::string> inOrder;
+    for (const char* word : {"c0", "c1", "c2", "c3"}) {
+        inOrder.push_back("\"Command not found: " + std::string(word) + "\" ");
+        LogWatch::expect(inOrder.back());
+    }
+    EXPECT_THAT(LogWatch::messages(Vorna::Warning), ElementsAreArray(inOrder));
+}
+
+TEST_F(ServerSocketThreadTest, LetsSixClientsWaitBesideTheOneThatIsServed)
+{
+    Client silent;
+    waitUntilServing();
+    std::list<ImpatientClient> waiting(6);
+    EXPECT_THROW(ImpatientClient(), VORNA::SocketConnectingException);
+
+    EXPECT_EQ(silent.ask("move"), "Command not implemented!");
+    for (Client& client : waiting) {
+        EXPECT_EQ(client.ask("move"), "Command not implemented!");
+    }
+}
+
+TEST_F(ServerSocketThreadTest, WaitsForARequestForAsLongAsItTakes)
+{
+    for (const std::string& start : {std::string(), "move:" + std::string(10240 - 5, 'x')}) {
+        Client slow;
+        slow.send(start, 0);
+        waitUntilServing();
+        EXPECT_FALSE(waitFor([] { return !isServing(); }, 1500ms));
+        EXPECT_EQ(slow.ask("move:y"), "Command not implemented!");
+        EXPECT_TRUE(waitFor([] { return !isServing(); }));
+    }
+}
+
 TEST_F(ServerSocketThreadTest, TracesFromTheFileNamedAfterItsClass)
 {
     stop();
-    std::vector<std::string> traced;
-    for (const LogWatch::Line& line : LogWatch::lines()) {
-        if (line.source == "ServerSocketThread.cpp") {
-            traced.push_back(line.message);
+    EXPECT_THAT(traced({"ServerSocketThread.cpp"}),
+                ElementsAre("ServerSocketThread.cpp ServerSocketThread", "ServerSocketThread.cpp run",
+                            "ServerSocketThread.cpp finishRemount", "ServerSocketThread.cpp leave"));
+}
+
+TEST_F(ServerSocketThreadTest, TracesWhatIsAskedOfEachRequest)
+{
+    const std::pair<const char*, std::vector<std::string>> table[] = {
+        {"hello", {"MountCommand", "isValid", "command", "~MountCommand"}},
+        {"move:a=b", {"MountCommand", "isValid", "command", "~MountCommand"}},
+        {"remount:/media/D:=rw", {"MountCommand", "isValid", "command", "argumentPair", "~MountCommand"}},
+    };
+    for (const auto& [request, functions] : table) {
+        LogWatch::begin();
+        Client().ask(request);
+        std::vector<std::string> expected;
+        for (const std::string& function : functions) {
+            expected.push_back("MountCommand.cpp " + function);
         }
+        EXPECT_THAT(traced({"ServerSocketThread.cpp", "MountCommand.cpp"}), ElementsAreArray(expected));
     }
-    EXPECT_THAT(traced, ElementsAre(EndsWith("]ServerSocketThread"), EndsWith("]run"),
-                                    EndsWith("]finishRemount"), EndsWith("]leave")));
+    LogWatch::begin();
 }
 
 class ServerSocketThreadDeathTest : public testing::Test
@@ -233,6 +389,7 @@ TEST_F(ServerSocketThreadDeathTest, EndsTheProcessWhenItCannotBind)
         thread.wait();
     };
     EXPECT_DEATH(serve(), "SocketBindingException");
+    fs::remove(SocketPath);
 }
 
 TEST_F(ServerSocketThreadDeathTest, EndsTheProcessWhenAClientLeavesBeforeItsReply)
@@ -250,6 +407,18 @@ TEST_F(ServerSocketThreadDeathTest, EndsTheProcessWhenAClientLeavesBeforeItsRepl
         thread.wait(5000);
     };
     EXPECT_DEATH(serve(), "ESocketWrite");
+}
+
+TEST_F(ServerSocketThreadDeathTest, EndsByItselfWhenTheApplicationCloses)
+{
+    const auto serve = [] {
+        ServerSocketThread thread{QString::fromLatin1(SocketPath), nullptr};
+        thread.start();
+        waitFor(isListening);
+        QCoreApplication::instance()->~QCoreApplication();
+        std::_Exit(thread.wait(2000) && !fs::exists(SocketPath) ? 0 : 1);
+    };
+    EXPECT_EXIT(serve(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace
