@@ -1,3 +1,5 @@
+#include <cstdlib>
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QProcess>
@@ -84,6 +86,14 @@ void stop(int signalNumber, ServerSocketThread& server)
     QCoreApplication::exit(0);
 }
 
+/// Ends the process although the serving thread still runs, held by a log that takes no line or by a huge
+/// request: everything is taken down, and destroying a thread that runs would abort.
+[[noreturn]] void leaveBehind(int result)
+{
+    QFile::remove(commandSocket());
+    std::_Exit(result);
+}
+
 int serve(const SignalRelay& signalRelay)
 {
     DriveManager::instance()->startUp();
@@ -92,7 +102,9 @@ int serve(const SignalRelay& signalRelay)
                      [&](int signalNumber) { stop(signalNumber, server); });
     server.start(QThread::InheritPriority);
     const int result = QCoreApplication::exec();
-    server.leave();
+    if (!server.leave()) {
+        leaveBehind(result);
+    }
     return result;
 }
 

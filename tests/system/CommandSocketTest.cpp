@@ -1,9 +1,12 @@
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <sstream>
 #include <thread>
 
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include "tests/support/WaitFor.h"
 #include "tests/system/CommandClient.h"
@@ -25,6 +28,18 @@ std::size_t descriptorsOf(pid_t process)
     return Files::namesIn("/proc/" + std::to_string(process) + "/fd").size();
 }
 
+/// Whether one of its threads is at opening a file.
+bool isOpeningAFile(pid_t process)
+{
+    const std::string threads = "/proc/" + std::to_string(process) + "/task/";
+    const std::vector<std::string> names = Files::namesIn(threads);
+    return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+        long call = -1;
+        std::istringstream(Files::content(threads + name + "/syscall")) >> call;
+        return call == SYS_openat;
+    });
+}
+
 /// A request of this many bytes that is refused with a short line in the log.
 std::string requestOf(std::size_t size)
 {
@@ -36,9 +51,9 @@ std::string requestOf(std::size_t size)
 class CommandSocketTest : public SystemTest
 {
 protected:
-    void start()
+    void start(const std::vector<std::string>& arguments = {"log=10"})
     {
-        _service = std::make_unique<Service>();
+        _service = std::make_unique<Service>(arguments);
         ASSERT_TRUE(_service->isReady()) << _service->output();
         _descriptorsWhenIdle = descriptorsOf(_service->id());
     }
@@ -57,7 +72,7 @@ protected:
     }
 
     void expectUnknownCommand() { expectQuotedWarning("Command not found: hello"); }
-    Service& service() { return *_service; }
+    Service& service() const { return *_service; }
 
 private:
     std::unique_ptr<Service> _service;
@@ -177,6 +192,18 @@ TEST_F(CommandSocketTest, QueuedClientsDoNotHoldTheStop)
     const CommandClient second;
     first.send("hello");
     expectCleanStop();
+}
+
+TEST_F(CommandSocketTest, LogThatTakesNoLineDoesNotHoldTheStop)
+{
+    start({"log=5"});
+    fs::remove(Paths::Log);
+    EXPECT_EQ(mkfifo(Paths::Log.c_str(), S_IRUSR | S_IWUSR), 0); // nobody reads it
+    const CommandClient client;
+    client.send("hello");
+    EXPECT_TRUE(waitFor([this] { return isOpeningAFile(service().id()); }));
+    expectCleanStop();
+    fs::remove(Paths::Log);
 }
 
 TEST_F(CommandSocketTest, ClientThatLeavesBeforeItsReplyEndsTheService)
