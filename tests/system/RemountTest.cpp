@@ -51,6 +51,17 @@ std::vector<pid_t> processesOf(const std::string& program)
     return result;
 }
 
+/// The drive on /media/C: is mounted by a driver that takes its time, and leaves a mark when it begins.
+void makeNtfsSlow()
+{
+    StandIn::make("ntfs-3g", "touch /tmp/started\nsleep 1\nexec /usr/bin/ntfs-3g \"$@\"\n");
+}
+
+bool hasBegun()
+{
+    return fs::exists("/tmp/started");
+}
+
 /// The sockets and pipes that a process holds.
 std::set<std::string> channelsOf(pid_t process)
 {
@@ -238,15 +249,45 @@ TEST_F(RemountTest, DriverHoldsNoDescriptorOfTheService)
 
 TEST_F(RemountTest, RemountThatRunsIsFinishedBeforeEverythingIsTakenDown)
 {
-    StandIn::make("ntfs-3g", "touch /tmp/started\nsleep 1\nexec /usr/bin/ntfs-3g \"$@\"\n");
+    makeNtfsSlow();
     const CommandClient client;
     client.send("remount:/media/C:=ro");
     const CommandClient second;
     second.send("remount:/media/C:=rw");
-    ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/started"); }));
+    ASSERT_TRUE(waitFor(hasBegun));
     EXPECT_EQ(service().stop(SIGTERM), 0);
     EXPECT_EQ(client.reply(), "DONE remount: [/media/C:] with options: [ro]");
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     EXPECT_EQ(ServiceLog::count("\"ntfs-3g /dev/sda1 /media/C: -orw\""), 0) << "no other remount starts";
     EXPECT_FALSE(fs::exists(Paths::CommandSocket));
+}
+
+TEST_F(RemountTest, ProgramShowsTheReplyAndItsStatus)
+{
+    const ProcessResult done = runProgram({VRMOUNTCTL, "remount", "/media/C:", "ro"});
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(done.output, "DONE remount: [/media/C:] with options: [ro]\n");
+    EXPECT_TRUE(isReadOnly("/media/C:"));
+
+    const ProcessResult refused = runProgram({VRMOUNTCTL, "remount", "/media/X:"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.output, "WARNING re-mount path not found: [/media/X:]\n"
+                              "vrmountctl: the service did not do what it was asked\n");
+    expectQuotedWarning("WARNING re-mount path not found: [/media/X:]");
+    stop();
+}
+
+TEST_F(RemountTest, ProgramThatIsInterruptedDoesNotEndTheService)
+{
+    makeNtfsSlow();
+    for (const int signalNumber : {SIGINT, SIGKILL}) {
+        fs::remove("/tmp/started");
+        Process program({VRMOUNTCTL, "remount", "/media/C:", "ro"});
+        ASSERT_TRUE(waitFor(hasBegun));
+        program.send(signalNumber);
+        EXPECT_EQ(program.waitForEnd(), 128 + signalNumber);
+        EXPECT_EQ(ask("move"), "Command not implemented!");
+        EXPECT_TRUE(isReadOnly("/media/C:"));
+    }
+    stop();
 }
