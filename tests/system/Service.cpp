@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
+#include "tests/support/UnixSockets.h"
 #include "tests/support/WaitFor.h"
 #include "tests/system/Files.h"
 
@@ -34,25 +34,6 @@ bool hasDescriptor(pid_t process, const std::string& target)
         }
     }
     return false;
-}
-
-/// The inode numbers of the sockets that listen on `path`. The table is the whole machine's: another
-/// sandbox's service stands in it too.
-std::vector<std::string> listeners(const std::string& path)
-{
-    constexpr unsigned long Listening = 0x10000;
-    std::ifstream table("/proc/net/unix");
-    std::vector<std::string> result;
-    std::string line;
-    while (std::getline(table, line)) {
-        std::istringstream fields(line);
-        std::string address, references, protocol, flags, type, state, inode, boundTo;
-        fields >> address >> references >> protocol >> flags >> type >> state >> inode >> boundTo;
-        if (boundTo == path && (std::strtoul(flags.c_str(), nullptr, 16) & Listening) != 0) {
-            result.push_back(inode);
-        }
-    }
-    return result;
 }
 
 std::string withoutLastBlank(const std::string& message)
@@ -85,7 +66,7 @@ std::string Service::program()
 
 bool Service::isListening(pid_t process)
 {
-    const std::vector<std::string> inodes = listeners(Paths::CommandSocket);
+    const std::vector<std::string> inodes = UnixSockets::listenersAt(Paths::CommandSocket);
     return std::any_of(inodes.begin(), inodes.end(), [process](const std::string& inode) {
         return hasDescriptor(process, "socket:[" + inode + "]");
     });
