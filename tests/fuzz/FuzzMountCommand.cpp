@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,11 +21,21 @@ void checkArguments(const MountCommand& command)
     require(command.argument().isNull() == arguments.isEmpty(), "no arguments, no first key");
 }
 
+/// Reading trims an argument as a whole, and so what stands at its ends.
+bool hasBlankAtAnEnd(const QMap<QString, QString>& arguments)
+{
+    const QStringList pieces = arguments.keys() + arguments.values();
+    return std::any_of(pieces.begin(), pieces.end(),
+                       [](const QString& piece) { return piece != piece.trimmed(); });
+}
+
 void checkFormat(const MountCommand& command)
 {
     const MountCommand again(command.toString());
     require(again.command() == command.command(), "the command survives formatting");
     require(again.arguments().size() <= command.arguments().size(), "formatting adds no argument");
+    require(again.arguments() == command.arguments() || hasBlankAtAnEnd(command.arguments()),
+            "the arguments survive formatting");
 }
 
 } // namespace

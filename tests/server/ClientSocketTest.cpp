@@ -166,3 +166,12 @@ TEST_F(ClientSocketTest, ConnectsToHostAndPortByTcp)
     EXPECT_EQ(calls.connects[0].family(), AF_INET);
     EXPECT_EQ(calls.connects[0].data(), std::string("\x1b\x58\x7f\0\0\x02", 6));
 }
+
+TEST_F(ClientSocketTest, ConnectsToTheFirstAddressOfAHost)
+{
+    SystemCalls::record().addresses = {"\x0a\x02\x02\x02", "\x0a\x01\x01\x01"};
+    SystemCalls::record().answerConnects = true;
+    EXPECT_EQ(ClientSocket(AF_INET, SOCK_STREAM).connectTCP("host", 7000), 0);
+    ASSERT_EQ(calls.connects.size(), 1U);
+    EXPECT_EQ(calls.connects[0].data(), "\x1b\x58\x0a\x02\x02\x02");
+}

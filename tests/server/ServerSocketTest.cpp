@@ -223,6 +223,15 @@ TEST_F(ServerSocketTest, NamesTheHostWithoutThePortWhenItCannotBind)
               "SocketBindingException: error while binding 127.0.0.1");
 }
 
+TEST_F(ServerSocketTest, BindsToTheFirstAddressOfAHost)
+{
+    SystemCalls::record().addresses = {"\x0a\x02\x02\x02", "\x0a\x01\x01\x01"};
+    SystemCalls::record().answerBinds = true;
+    ServerSocket(AF_INET, SOCK_STREAM).bindTCP("host", 7000);
+    ASSERT_EQ(calls.binds.size(), 1U);
+    EXPECT_EQ(calls.binds[0].data(), "\x1b\x58\x0a\x02\x02\x02");
+}
+
 TEST_F(ServerSocketTest, ReportsAHostThatDoesNotResolveAsABindingFailure)
 {
     ServerSocket tcp(AF_INET, SOCK_STREAM);

@@ -375,3 +375,11 @@ TEST(SocketClass, ResolvesNamesToFourBytesEach)
     EXPECT_THAT(socket.getIPs("10.1.2.3"), ElementsAre("\x0a\x01\x02\x03"));
     EXPECT_TRUE(socket.getIPs(UnknownHost).empty());
 }
+
+TEST(SocketClass, KeepsTheOrderOfAHostsAddresses)
+{
+    SystemCalls::reset();
+    SystemCalls::record().addresses = {"\x0a\x02\x02\x02", "\x0a\x01\x01\x01"};
+    EXPECT_THAT(Socket().getIPs("host"), ElementsAre("\x0a\x02\x02\x02", "\x0a\x01\x01\x01"));
+    SystemCalls::reset();
+}

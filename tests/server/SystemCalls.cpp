@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include <netdb.h>
 #include <sys/select.h>
 
 namespace SystemCalls {
@@ -10,6 +11,22 @@ namespace {
 Address copyOf(const sockaddr* address, socklen_t length)
 {
     return {std::string(reinterpret_cast<const char*>(address), length)};
+}
+
+/// A host that has the recorded addresses; good until the next one.
+hostent* hostOf(std::vector<std::string>& addresses)
+{
+    static std::vector<char*> list;
+    static hostent host;
+    list.clear();
+    for (std::string& address : addresses) {
+        list.push_back(address.data());
+    }
+    list.push_back(nullptr);
+    host.h_addrtype = AF_INET;
+    host.h_length = 4;
+    host.h_addr_list = list.data();
+    return &host;
 }
 
 } // namespace
@@ -50,6 +67,7 @@ ssize_t __real_recv(int fd, void* buffer, std::size_t size, int flags);
 ssize_t __real_send(int fd, const void* bytes, std::size_t size, int flags);
 int __real_bind(int fd, const sockaddr* address, socklen_t length);
 int __real_connect(int fd, const sockaddr* address, socklen_t length);
+hostent* __real_gethostbyname(const char* name);
 
 int __wrap_select(int count, fd_set* reads, fd_set* writes, fd_set* exceptions, timeval* timeout)
 {
@@ -82,6 +100,12 @@ int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
 {
     SystemCalls::record().connects.push_back(SystemCalls::copyOf(address, length));
     return SystemCalls::record().answerConnects ? 0 : __real_connect(fd, address, length);
+}
+
+hostent* __wrap_gethostbyname(const char* name)
+{
+    std::vector<std::string>& addresses = SystemCalls::record().addresses;
+    return addresses.empty() ? __real_gethostbyname(name) : SystemCalls::hostOf(addresses);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

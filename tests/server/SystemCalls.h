@@ -33,9 +33,10 @@ struct Record
     std::vector<Address> binds;
     std::vector<Address> connects;
 
-    bool answerSelects = false;  ///< with 0, without waiting
-    bool answerBinds = false;    ///< with 0
-    bool answerConnects = false; ///< with 0
+    bool answerSelects = false;         ///< with 0, without waiting
+    bool answerBinds = false;           ///< with 0
+    bool answerConnects = false;        ///< with 0
+    std::vector<std::string> addresses; ///< of whatever host is looked up, four bytes each; none: looked up
     std::function<void()> beforeReceive = [] {};
     std::function<void()> afterSend = [] {};
 };
