@@ -24,7 +24,7 @@ public:
     Inquiry(const Inquiry&) = delete;
     Inquiry& operator=(const Inquiry&) = delete;
 
-    /// Waits for the answer until `end` at most. Asked once.
+    /// Waits for the answer until `end` at most. Asked once. Throws Poco::ReadFileException.
     std::optional<std::string> answer(Clock::time_point end);
 
 private:

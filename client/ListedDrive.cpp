@@ -47,6 +47,9 @@ std::string askSpace(const MountedDrive& drive)
 
 std::string askLabel(const std::string& device)
 {
+    if (!fs::is_block_file(device)) {
+        return {};
+    }
     const blkid_probe probe = blkid_new_probe_from_filename(device.c_str());
     const char* label = nullptr;
     if (probe == nullptr || blkid_do_safeprobe(probe) != 0 ||
@@ -75,9 +78,13 @@ std::string decoded(const std::string& name)
     return QByteArray::fromPercentEncoding(percents).toStdString();
 }
 
-/// What the device manager knows; for those who may not read the device.
+/// What the device manager knows; for those who may not read the device. An image lies on a file system that
+/// may hang, and is not looked at here.
 std::string announcedLabel(const std::string& device)
 {
+    if (device.rfind("/dev/", 0) != 0) {
+        return {};
+    }
     std::error_code error;
     const fs::path node = fs::canonical(device, error);
     for (fs::directory_iterator link("/dev/disk/by-label", error), end; !error && link != end;
@@ -96,11 +103,8 @@ public:
     explicit Inquiries(const MountedDrive& drive)
         : _drive(drive)
         , _space([&] { return askSpace(drive); })
+        , _label([&] { return askLabel(drive.device); })
     {
-        std::error_code ignored;
-        if (fs::is_block_file(drive.device, ignored)) {
-            _label = std::make_unique<Inquiry>([&] { return askLabel(drive.device); });
-        }
     }
 
     ListedDrive answers(Inquiry::Clock::time_point end)
@@ -111,16 +115,13 @@ public:
 private:
     std::string label(Inquiry::Clock::time_point end)
     {
-        if (!_label) {
-            return {};
-        }
-        const std::string label = _label->answer(end).value_or("");
+        const std::string label = _label.answer(end).value_or("");
         return label.empty() ? announcedLabel(_drive.device) : label;
     }
 
     MountedDrive _drive;
     Inquiry _space;
-    std::unique_ptr<Inquiry> _label;
+    Inquiry _label;
 };
 
 } // namespace
