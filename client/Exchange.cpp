@@ -27,9 +27,9 @@ using Kind = Outcome::Kind;
 void stayBehind()
 {
     setsid();
-    for (const int signalNumber : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE}) {
-        std::signal(signalNumber, SIG_IGN);
-    }
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, nullptr);
     detachStandardStreams();
 }
 

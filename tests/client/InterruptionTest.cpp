@@ -80,7 +80,8 @@ TEST_F(AnInterruptedClient, KeepsItsReaderWhenSignalsReachThatToo)
     std::string request;
     Connection connection = accept(request);
     const pid_t reader = childOf(client);
-    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
+    for (const int signalNumber :
+         {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1, SIGTSTP, SIGRTMIN}) {
         EXPECT_EQ(kill(reader, signalNumber), 0);
     }
     connection->send("DONE", 0);
