@@ -5,6 +5,8 @@
 
 #include <unistd.h>
 
+#include <Poco/Exception.h>
+
 #include "client/CommandLine.h"
 #include "client/DriveTable.h"
 #include "client/Exchange.h"
@@ -99,6 +101,9 @@ int main(int argc, char** argv)
     } catch (const UsageError& error) {
         complain(std::string(error.what()) + " (see vrmountctl --help)");
         return WrongUse;
+    } catch (const Poco::Exception& error) {
+        complain(error.displayText());
+        return NotDone;
     } catch (const std::exception& error) {
         complain(error.what());
         return NotDone;

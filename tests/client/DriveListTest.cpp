@@ -1,5 +1,6 @@
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -158,6 +159,24 @@ TEST_F(DriveList, DoesNotWaitForADriverThatHangs)
     EXPECT_TRUE(hasSpace(rows[1]));
 }
 
+TEST_F(DriveList, DoesNotLookForAnImageThatLiesOnADriveThatHangs)
+{
+    mountNtfs("/media/C:");
+    const pid_t outer = ntfsDriver();
+    std::ofstream("/media/C:/inner").flush();
+    fs::resize_file("/media/C:/inner", std::uintmax_t{2} << 20U);
+    ASSERT_EQ(runProgram({"mkfs.ntfs", "-F", "-Q", "-q", "/media/C:/inner"}).status, 0);
+    mount({"-t", "ntfs-3g", "/media/C:/inner"}, "/mnt/inner");
+    ASSERT_EQ(KernelMounts::sourceAt("/mnt/inner"), "/media/C:/inner");
+    ASSERT_EQ(kill(outer, SIGSTOP), 0);
+    const auto start = std::chrono::steady_clock::now();
+    const Rows rows = listed();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_EQ(kill(outer, SIGCONT), 0);
+    EXPECT_THAT(column(rows, "directory"), ElementsAre("/media/C:", "/mnt/inner"));
+    EXPECT_THAT(column(rows, "label"), ElementsAre("Windows", ""));
+}
+
 TEST_F(DriveList, ShowsADeadMountWithoutSizes)
 {
     mountNtfs("/media/C:");
@@ -191,6 +210,16 @@ TEST_F(DriveList, SaysThatNothingIsMounted)
 {
     EXPECT_EQ(run({"list"}), (ClientResult{0, "", "vrmountctl: nothing is mounted below /media and /mnt\n"}));
     EXPECT_EQ(run({"list", "--json"}), (ClientResult{0, "[\n]\n", ""}));
+}
+
+TEST_F(DriveList, SaysThatItCannotStartAProcess)
+{
+    mountExt4("/mnt/disk");
+    fs::copy_file(VRMOUNTCTL, "/tmp/vrmountctl", fs::copy_options::overwrite_existing);
+    const ProcessResult result = runProgram({"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                                             "prlimit", "--nproc=0", "/tmp/vrmountctl", "list"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "vrmountctl: System exception: no process can be started\n");
 }
 
 TEST_F(DriveList, SaysWhyThereIsNone)
