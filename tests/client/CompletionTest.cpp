@@ -1,3 +1,4 @@
+#include <fstream>
 #include <sstream>
 
 #include "tests/client/MountedImages.h"
@@ -44,6 +45,18 @@ TEST_F(Completion, OffersCommandsAndOptions)
     EXPECT_THAT(offered({"list", "--"}), ElementsAre("--json"));
     EXPECT_THAT(offered({"send", ""}), ElementsAre());
     EXPECT_THAT(offered({"--timeout", ""}), ElementsAre());
+    EXPECT_THAT(offered({"--timeout="}), ElementsAre());
+    EXPECT_THAT(offered({"--timeout=5", "re"}), ElementsAre("remount"));
+    EXPECT_THAT(offered({"--socket=/tmp/x", "li"}), ElementsAre("list"));
+    EXPECT_THAT(offered({"--timeout=5", "list", "--"}), ElementsAre("--json"));
+}
+
+TEST_F(Completion, OffersFilesForTheSocket)
+{
+    std::ofstream("/tmp/socket-here").flush();
+    EXPECT_THAT(offered({"--socket", "/tmp/socket-h"}), ElementsAre("/tmp/socket-here"));
+    EXPECT_THAT(offered({"--socket=/tmp/socket-h"}), ElementsAre("/tmp/socket-here"));
+    EXPECT_THAT(offered({"--socket=/nowhere/x"}), ElementsAre());
 }
 
 TEST_F(Completion, OffersMountedDirectoriesForARemount)
