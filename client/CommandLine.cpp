@@ -175,7 +175,8 @@ Commands:
 
 Options:
   --socket PATH           the service's socket (/tmp/vrmount)
-  --timeout SECONDS       how long to wait for a connection, 0 for ever (10); the reply is always waited for
+  --timeout SECONDS       how long to wait for a connection: up to 86400, 0 for ever (10); the reply is always
+                          waited for
   --json                  list for scripts, sizes in bytes
   --help                  show this text
   --version               show the version
