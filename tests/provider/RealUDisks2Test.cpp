@@ -112,12 +112,23 @@ public:
     {
         if (!_name.empty()) {
             runProgram({"losetup", "-d", node()});
-            removeLoopNodes();
+            removeNodes();
             _name.clear();
         }
     }
 
 private:
+    /// Its own and those of its partitions; another disk needs its node to be detached.
+    void removeNodes() const
+    {
+        unlink(node().c_str());
+        for (const auto& entry : fs::directory_iterator("/dev")) {
+            if (entry.path().filename().string().rfind(_name + "p", 0) == 0) {
+                unlink(entry.path().c_str());
+            }
+        }
+    }
+
     void attach(const std::string& image, int number)
     {
         const std::string name = "loop" + std::to_string(number);
