@@ -27,6 +27,7 @@ constexpr std::size_t Requests = 2000;
 constexpr std::size_t Remounts = 200;
 constexpr int ManyRequests = 10000;
 constexpr int WarmingUp = 1000;
+constexpr int MaxGrowth = 64; // KiB, by half of the requests
 constexpr const char* First = "/media/C:";
 constexpr const char* Last = "/media/R:";
 const std::string EchoSocket = "/tmp/echo";
@@ -134,23 +135,44 @@ int descriptorsAtRest(pid_t service)
     return least;
 }
 
-Figures::Row stateRow(const std::string& when, pid_t service)
+struct State
 {
-    const ProcessFigures::Memory memory = ProcessFigures::memory(service);
-    return {when, text(memory.resident), text(memory.anonymous), text(memory.proportional),
-            text(descriptorsAtRest(service))};
+    ProcessFigures::Memory memory;
+    int descriptors = 0;
+};
+
+State stateAfter(int requests, pid_t service)
+{
+    askMany(requests);
+    return {ProcessFigures::memory(service), descriptorsAtRest(service)};
+}
+
+Figures::Row row(const std::string& when, const State& state)
+{
+    return {when, text(state.memory.resident), text(state.memory.anonymous), text(state.memory.proportional),
+            text(state.descriptors)};
+}
+
+/// A page that is touched for the first time now and then is no growth; a few bytes a request are.
+void requireNoGrowth(const State& before, const State& after)
+{
+    if (after.descriptors > before.descriptors) {
+        throw std::runtime_error("requests leave descriptors behind");
+    }
+    if (after.memory.anonymous > before.memory.anonymous + MaxGrowth) {
+        throw std::runtime_error("requests leave memory behind");
+    }
 }
 
 void printEndurance(pid_t service)
 {
-    askMany(WarmingUp);
-    std::vector<Figures::Row> rows = {stateRow("before", service)};
-    for (const char* half : {"after the first half", "after all"}) {
-        askMany(ManyRequests / 2);
-        rows.push_back(stateRow(half, service));
-    }
+    const State before = stateAfter(WarmingUp, service);
+    const State halfway = stateAfter(ManyRequests / 2, service);
+    const State after = stateAfter(ManyRequests / 2, service);
     Figures::print(text(ManyRequests) + " requests in a row, every other one a remount",
-                   {"", "RSS KiB", "anonymous KiB", "PSS KiB", "descriptors"}, rows);
+                   {"", "RSS KiB", "anonymous KiB", "PSS KiB", "descriptors"},
+                   {row("before", before), row("after the first half", halfway), row("after all", after)});
+    requireNoGrowth(halfway, after);
 }
 
 } // namespace
