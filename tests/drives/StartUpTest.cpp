@@ -175,6 +175,13 @@ TEST_F(StartUpTest, DoesNotLookUpAnNtfsPartitionWithAShortUuid)
     EXPECT_THAT(moves(), ElementsAre(moved("sda1", "C:"), moved("sda2", "D:")));
 }
 
+TEST_F(StartUpTest, DoesNotLookUpAPartitionWithoutAUuid)
+{
+    writeMap("[disk]\nPartition1=K:\n");
+    startUp({{"sda1", "ntfs", "A", "", mountedAt("/mnt/sda1,/media/C:")}});
+    EXPECT_THAT(moves(), ElementsAre(moved("sda1", "C:")));
+}
+
 TEST_F(StartUpTest, TakesAMapLetterThatExistsAlready)
 {
     fs::create_directories("/media/Q:");
