@@ -64,6 +64,8 @@ TEST_F(Completion, OffersMountedDirectoriesForARemount)
     mount({"-t", "tmpfs", "tmpfs"}, "/media/C:");
     mount({"-t", "tmpfs", "tmpfs"}, "/media/D:");
     mount({"-t", "tmpfs", "tmpfs"}, "/mnt/$(touch hacked) Disk");
+    mount({"-t", "tmpfs", "tmpfs"}, "/media/a=b");
+    mount({"-t", "tmpfs", "tmpfs"}, "/media/a|b");
     const std::string quoted = "/mnt/\\$\\(touch\\ hacked\\)\\ Disk";
     EXPECT_THAT(offered({"remount", ""}), ElementsAre("/media/C:", "/media/D:", quoted));
     EXPECT_THAT(offered({"remount", "/media/D"}), ElementsAre("/media/D:"));
