@@ -1,17 +1,17 @@
 #include "provider/MountTable.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <functional>
 #include <vector>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
 #include <libmount.h>
+
+#include <QFile>
 
 namespace {
 
+using Stream = std::unique_ptr<std::FILE, decltype(&std::fclose)>;
 using Iterator = std::unique_ptr<libmnt_iter, decltype(&mnt_free_iter)>;
 
 QByteArray text(const char* value)
@@ -28,18 +28,23 @@ bool isOn(libmnt_fs* mounted, dev_t number, const QByteArray& deviceFile)
            (text(mnt_fs_get_fstype(mounted)) == "btrfs" && text(mnt_fs_get_source(mounted)) == deviceFile);
 }
 
+MountTable::Entries entriesOf(QByteArray& content)
+{
+    MountTable::Entries entries(mnt_new_table(), &mnt_unref_table);
+    const Stream stream(fmemopen(content.data(), static_cast<std::size_t>(content.size()), "r"),
+                        &std::fclose);
+    if (stream && entries) {
+        mnt_table_parse_stream(entries.get(), stream.get(), "mountinfo");
+    }
+    return entries;
+}
+
 } // namespace
 
 MountTable::MountTable(const char* file)
-    : _file(file)
-    , _descriptor(open(file, O_RDONLY | O_CLOEXEC))
+    : _file(QString::fromLatin1(file))
     , _entries(nullptr, &mnt_unref_table)
 {
-}
-
-MountTable::~MountTable()
-{
-    close(_descriptor);
 }
 
 QStringList MountTable::mountPaths(dev_t number, const QString& deviceFile)
@@ -47,10 +52,7 @@ QStringList MountTable::mountPaths(dev_t number, const QString& deviceFile)
     if (number == 0) {
         return {};
     }
-    // Asked before it is read: what changes in between is read again the next time.
-    if (hasChanged() || !_entries) {
-        _entries.reset(mnt_new_table_from_file(_file));
-    }
+    read();
     const Iterator iterator(mnt_new_iter(MNT_ITER_FORWARD), &mnt_free_iter);
     std::vector<QByteArray> paths;
     libmnt_fs* mounted = nullptr;
@@ -67,9 +69,14 @@ QStringList MountTable::mountPaths(dev_t number, const QString& deviceFile)
     return result;
 }
 
-/// The kernel marks the open table when anything is mounted, moved or unmounted; asking takes the mark away.
-bool MountTable::hasChanged() const
+/// Not left to poll(2), which tells of mounts and unmounts only: renaming a directory above a mount point
+/// moves that too.
+void MountTable::read()
 {
-    pollfd table{_descriptor, POLLPRI, 0};
-    return _descriptor < 0 || poll(&table, 1, 0) != 0;
+    QFile file(_file);
+    const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (content != _content) {
+        _content = content;
+        _entries = entriesOf(_content);
+    }
 }

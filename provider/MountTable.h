@@ -4,20 +4,20 @@
 
 #include <sys/types.h>
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
 struct libmnt_table;
 
-/// The kernel's mount table. Every answer is the truth of its moment; the table is read again only when the
-/// kernel says that it has changed. Belongs to one thread. Nothing throws.
+/// The kernel's mount table. It is read at every question; its entries, which take most of the time, are
+/// taken apart only when they are others than before. Belongs to one thread. Nothing throws.
 class MountTable
 {
 public:
+    using Entries = std::unique_ptr<libmnt_table, void (*)(libmnt_table*)>;
+
     explicit MountTable(const char* file = "/proc/self/mountinfo");
-    ~MountTable();
-    MountTable(const MountTable&) = delete;
-    MountTable& operator=(const MountTable&) = delete;
 
     /// The mount points of the whole file system (binds of a part of it do not count) on the device with this
     /// number, in descending byte order. File systems over several devices show a number of their own: btrfs
@@ -26,11 +26,9 @@ public:
     QStringList mountPaths(dev_t number, const QString& deviceFile);
 
 private:
-    using Entries = std::unique_ptr<libmnt_table, void (*)(libmnt_table*)>;
+    void read();
 
-    bool hasChanged() const;
-
-    const char* _file;
-    int _descriptor;
+    QString _file;
+    QByteArray _content;
     Entries _entries;
 };

@@ -195,6 +195,16 @@ TEST_F(ImageTest, ShowsEachChangeOfTheMountTableAtTheNextRead)
     }
 }
 
+TEST_F(ImageTest, FollowsAMountPointWhoseParentIsRenamed)
+{
+    const MachineProvider provider("[sdb1]\nImage = " + ext4() + "\n");
+    const Mount mounted("/dev/sdb1", "/tmp/before/here", "ext4");
+    ASSERT_THAT(mountPaths("sdb1"), ElementsAre(QStringLiteral("/tmp/before/here")));
+    fs::rename("/tmp/before", "/tmp/after");
+    EXPECT_THAT(mountPaths("sdb1"), ElementsAre(QStringLiteral("/tmp/after/here")));
+    fs::rename("/tmp/after", "/tmp/before");
+}
+
 TEST_F(ImageTest, DoesNotCountABindOfAPart)
 {
     const MachineProvider provider("[sdb1]\nImage = " + ext4() + "\n");
