@@ -135,7 +135,7 @@ TEST_F(AdversityTest, UDisksThatHangsDuringStartUpDoesNotHoldTheService)
 
 TEST_F(AdversityTest, UDisksThatIsSlowDuringStartUpIsAskedNothingAfterAStop)
 {
-    constexpr int Disks = 40;
+    constexpr int Disks = 200;
     for (int disk = 1; disk <= Disks; ++disk) {
         machine.addInternal("sdx" + std::to_string(disk), "");
     }
