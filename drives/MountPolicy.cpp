@@ -60,7 +60,7 @@ bool isNodeAllowed(const QString& name)
     return !name.startsWith(Slash) && std::none_of(components.begin(), components.end(), leadsElsewhere);
 }
 
-QString MountDirectory::path() const
+QString pathBelow(const QString& root, const QString& name)
 {
     const QString directory = QDir::cleanPath(root);
     // Not the framework's joining of paths: it takes a name that begins with ":" for one of its resources.

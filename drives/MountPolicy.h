@@ -26,6 +26,10 @@ bool isLabelAllowed(const QString& name);
 /// of its parts is "." or "..".
 bool isNodeAllowed(const QString& name);
 
+/// Full path of the entry `name` of `root`, whatever the name begins with; of the root itself when it is
+/// empty.
+QString pathBelow(const QString& root, const QString& name);
+
 /// One directory below one of the roots.
 struct MountDirectory
 {
@@ -34,7 +38,7 @@ struct MountDirectory
     bool isAllowed = false;
 
     /// Absolute path of the directory, without a slash at its end.
-    QString path() const;
+    QString path() const { return pathBelow(root, name); }
 };
 
 MountDirectory directoryForLabel(const QString& root, const QString& name);

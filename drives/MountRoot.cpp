@@ -20,7 +20,7 @@ QStringList directoriesBelow(const QString& root, QDir::Filters filters = Direct
 {
     QStringList result;
     for (const QString& name : QDir(root).entryList(filters, QDir::Unsorted)) {
-        result += MountPolicy::MountDirectory{root, name, true}.path();
+        result += MountPolicy::pathBelow(root, name);
     }
     return result;
 }
