@@ -120,6 +120,11 @@ void hibernate(const std::string& image)
         << "hibr" << std::string(HeaderSize, '\1');
 }
 
+void mount(const std::string& image, const std::string& directory)
+{
+    run({"mount", "-o", "loop", image, directory});
+}
+
 std::string checksum(const std::string& image)
 {
     return runProgram({"sha256sum", image}).output;

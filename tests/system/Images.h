@@ -24,6 +24,9 @@ std::string blank(const std::string& name);
 /// Marks an NTFS image as left behind by a Windows that sleeps.
 void hibernate(const std::string& image);
 
+/// Mounts an image of a file system that the kernel or a mount helper knows.
+void mount(const std::string& image, const std::string& directory);
+
 /// A number that tells two contents of an image apart.
 std::string checksum(const std::string& image);
 

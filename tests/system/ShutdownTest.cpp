@@ -16,12 +16,6 @@ using testing::IsEmpty;
 
 namespace {
 
-void mountTmpfs(const std::string& directory)
-{
-    fs::create_directories(directory);
-    ASSERT_EQ(mount("foreign", directory.c_str(), "tmpfs", 0, ""), 0);
-}
-
 /// What shutdown writes: the directories in the order in which it takes them down.
 std::vector<std::string> directoriesTakenDown()
 {
@@ -55,7 +49,7 @@ TEST_F(ShutdownTest, TakesDownWhateverIsMountedBelowTheRootsInDirectoryOrder)
 {
     start();
     for (const char* directory : {"/media/b", "/media/.hidden", "/media/a", "/mnt/sdz1", "/mnt/.trash"}) {
-        mountTmpfs(directory);
+        mountForeign(directory);
     }
     fs::create_directories("/media/leftover");
     fs::create_directories("/mnt/leftover");
@@ -97,10 +91,10 @@ TEST_F(ShutdownTest, LeavesWhatIsInUseMountedAndSaysNothing)
 TEST_F(ShutdownTest, UnmountsEachDirectoryOnceAndReachesNothingDeeper)
 {
     start();
-    mountTmpfs("/media/stack");
-    mountTmpfs("/media/stack");
-    mountTmpfs("/mnt/outer");
-    mountTmpfs("/mnt/outer/inner");
+    mountForeign("/media/stack");
+    mountForeign("/media/stack");
+    mountForeign("/mnt/outer");
+    mountForeign("/mnt/outer/inner");
     stop();
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/stack", "/mnt/outer", "/mnt/outer/inner"));
 }
@@ -112,16 +106,13 @@ TEST_F(ShutdownTest, RemovesNoDirectoryOnADiskThatWasMountedOverARoot)
     start();
     for (const char* root : {"/mnt", "/media"}) {
         const std::string image = Images::ext4(fs::path(root).filename(), "foreign", {"empty/"});
-        ASSERT_EQ(runProgram({"mount", "-o", "loop", image, root}).status, 0);
+        Images::mount(image, root);
     }
     stop();
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     for (const char* root : {"/mnt", "/media"}) {
         EXPECT_THAT(Files::namesIn(root), IsEmpty());
-        ASSERT_EQ(
-            runProgram({"mount", "-o", "loop", "/tmp/images/" + fs::path(root).filename().string(), "/root"})
-                .status,
-            0);
+        Images::mount("/tmp/images" + std::string(root), "/root");
         EXPECT_TRUE(fs::is_directory("/root/empty")) << root;
         ASSERT_EQ(umount("/root"), 0);
     }
@@ -130,9 +121,9 @@ TEST_F(ShutdownTest, RemovesNoDirectoryOnADiskThatWasMountedOverARoot)
 TEST_F(ShutdownTest, RemovesNothingOnADiskOverARootThatIsInUse)
 {
     start();
-    mountTmpfs("/media");
+    mountForeign("/media");
     fs::create_directories("/media/empty");
-    mountTmpfs("/media/on it");
+    mountForeign("/media/on it");
     Files::write("/media/open.txt", "");
     const std::ifstream inUse("/media/open.txt");
     stop();
@@ -144,8 +135,8 @@ TEST_F(ShutdownTest, RemovesNothingOnADiskOverARootThatIsInUse)
 TEST_F(ShutdownTest, FollowsNoLinkOnAMediumThatLiesOverARoot)
 {
     start();
-    mountTmpfs("/elsewhere");
-    mountTmpfs("/media");
+    mountForeign("/elsewhere");
+    mountForeign("/media");
     fs::create_directory_symlink("/elsewhere", "/media/link");
     stop();
     EXPECT_EQ(KernelMounts::sourceAt("/elsewhere"), "foreign");
@@ -154,7 +145,7 @@ TEST_F(ShutdownTest, FollowsNoLinkOnAMediumThatLiesOverARoot)
 
 TEST_F(ShutdownTest, KeepsARootThatWasAMountBefore)
 {
-    mountTmpfs("/media");
+    mountForeign("/media");
     machine.addInternal("sda1", Images::ext4("disk", "disk"));
     start();
     EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
@@ -172,8 +163,7 @@ TEST_F(ShutdownTest, LeavesTheContentOfEveryFileSystemAsItWas)
     stop();
     for (const char* image : {"os", "linux"}) {
         SCOPED_TRACE(image);
-        ASSERT_EQ(runProgram({"mount", "-o", "loop", std::string("/tmp/images/") + image, "/root"}).status,
-                  0);
+        Images::mount(std::string("/tmp/images/") + image, "/root");
         EXPECT_EQ(Files::content("/root/Windows/win.ini"), "Windows/win.ini");
         EXPECT_EQ(Files::content("/root/.hidden"), ".hidden");
         EXPECT_TRUE(fs::is_empty("/root/empty"));

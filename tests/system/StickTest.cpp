@@ -108,14 +108,13 @@ TEST_F(StickTest, WithoutAnyNameLiesOverTheRootAndIsTakenDownFirst)
     machine.addUnplugged("sdb1", Images::ext4("stick", "", {"photos/", "empty/"}), {"IdUuid ="});
     machine.addInternal("sda1", Images::ext4("disk", "disk"));
     start();
-    machine.plug("sdb1");
-    EXPECT_TRUE(becomesMounted("/media", "/dev/sdb1"));
+    plugAndExpect("sdb1", "/media");
     EXPECT_THAT(Files::namesIn("/media"), ElementsAre("empty", "lost+found", "photos"));
     stop();
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
 
-    ASSERT_EQ(runProgram({"mount", "-o", "loop", "/tmp/images/stick", "/media"}).status, 0);
+    Images::mount("/tmp/images/stick", "/media");
     EXPECT_THAT(Files::namesIn("/media"), ElementsAre("empty", "lost+found", "photos"))
         << "directories on the stick are not leftovers";
 }
@@ -125,8 +124,7 @@ TEST_F(StickTest, WithoutAnyNameCanBePulled)
     machine.addUnplugged("sdb1", Images::ext4("stick", ""), {"IdUuid ="});
     machine.addUnplugged("sdc1", Images::ext4("other", "OTHER"));
     start();
-    machine.plug("sdb1");
-    EXPECT_TRUE(becomesMounted("/media", "/dev/sdb1"));
+    plugAndExpect("sdb1", "/media");
     pull("sdb1");
     EXPECT_TRUE(becomesMounted("/media", "nothing"));
     EXPECT_TRUE(fs::is_directory("/media")) << "a root is never removed";
@@ -139,8 +137,7 @@ TEST_F(StickTest, WithoutAnyNameThatSomebodyUnmountedLeavesTheRestToTheUsualEnd)
     machine.addUnplugged("sdb1", Images::ntfs("stick", ""), {"IdUuid ="});
     machine.addInternal("sda1", Images::ext4("disk", "disk"));
     start();
-    machine.plug("sdb1");
-    EXPECT_TRUE(becomesMounted("/media", "/dev/sdb1"));
+    plugAndExpect("sdb1", "/media");
     ASSERT_EQ(umount("/media"), 0);
     stop();
     EXPECT_EQ(ServiceLog::count("\"/media/C:\""), 1);
@@ -153,9 +150,8 @@ TEST_F(StickTest, HiddenByALinkOnAnotherMediumIsNotLookedForThere)
     machine.addUnplugged("sdb1", Images::ext4("stick", "DATA"));
     start();
     plugAndExpect("sdb1", "/media/DATA");
-    fs::create_directories("/elsewhere");
-    ASSERT_EQ(mount("foreign", "/elsewhere", "tmpfs", 0, ""), 0);
-    ASSERT_EQ(mount("foreign", "/media", "tmpfs", 0, ""), 0);
+    mountForeign("/elsewhere");
+    mountForeign("/media");
     fs::create_directory_symlink("/elsewhere", "/media/DATA");
     pull("sdb1");
     EXPECT_EQ(ServiceLog::count("\"Trying to umount2: /media/DATA\""), 0);

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <sys/mount.h>
+
 #include <QStandardPaths>
 
 #include "tests/system/KernelMounts.h"
@@ -76,6 +78,12 @@ void SystemTest::TearDown()
     if (!IsSkipped()) {
         EXPECT_THAT(unusualWarnings(), testing::UnorderedElementsAreArray(_announced));
     }
+}
+
+void SystemTest::mountForeign(const std::string& directory)
+{
+    std::filesystem::create_directories(directory);
+    ASSERT_EQ(mount("foreign", directory.c_str(), "tmpfs", 0, ""), 0);
 }
 
 void MachineTest::start(const std::vector<std::string>& arguments, const Process::Environment& environment)

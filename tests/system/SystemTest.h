@@ -27,6 +27,9 @@ protected:
     /// The same for a string value, which the log shows between double quotes.
     void expectQuotedWarning(const std::string& text) { expectWarning(ServiceLog::quoted(text)); }
 
+    /// Mounts something that the service knows nothing of, with the source "foreign".
+    static void mountForeign(const std::string& directory);
+
     /// From here on there is no system bus.
     void removeBus() { _bus.reset(); }
 
