@@ -47,6 +47,16 @@ protected:
         std::ofstream(udev.path() + "/b" + number) << "I:4711\n" << properties;
     }
 
+    /// Udev is done with both, and nothing is identified.
+    void addSdcAndSddButPullSdc() const
+    {
+        udevKnows("8:32");
+        udevKnows("8:48");
+        udisks2->add(blockPath("sdc"), NAMELESS_SDC);
+        udisks2->remove(blockPath("sdc"));
+        udisks2->add(blockPath("sdd"), NAMELESS_SDD);
+    }
+
     const std::vector<std::string>& atLeast(size_t count)
     {
         waitFor([&] { return announced.size() >= count; });
@@ -87,21 +97,13 @@ TEST_F(UDisks2HoldBackTest, WaitsForAUdevThatIsSlow)
 
 TEST_F(UDisks2HoldBackTest, NeverAnnouncesWhatIsGoneBeforeItWasIdentified)
 {
-    udevKnows("8:32");
-    udevKnows("8:48");
-    udisks2->add(blockPath("sdc"), NAMELESS_SDC);
-    udisks2->remove(blockPath("sdc"));
-    udisks2->add(blockPath("sdd"), NAMELESS_SDD);
+    addSdcAndSddButPullSdc();
     EXPECT_THAT(atLeast(1), ElementsAre("sdd"));
 }
 
 TEST_F(UDisks2HoldBackTest, WaitsAnewForADeviceThatComesBack)
 {
-    udevKnows("8:32");
-    udevKnows("8:48");
-    udisks2->add(blockPath("sdc"), NAMELESS_SDC);
-    udisks2->remove(blockPath("sdc"));
-    udisks2->add(blockPath("sdd"), NAMELESS_SDD);
+    addSdcAndSddButPullSdc();
     ASSERT_THAT(atLeast(1), ElementsAre("sdd"));
     udisks2->add(blockPath("sdc"), NAMELESS_SDC);
     udisks2->add(stick());
