@@ -5,6 +5,7 @@
 #include <QSet>
 #include <QString>
 #include <QVariantMap>
+#include <QtGlobal>
 
 /// One block device as the UDisks 1 interface shows it.
 struct Device
@@ -18,4 +19,6 @@ struct Device
     QVariantMap properties;
     /// Properties that do not exist for those who ask.
     QSet<QString> missing;
+    /// The attribute bits of its entry in a GPT partition table; 0 for any other device.
+    quint64 partitionAttributes = 0;
 };
