@@ -4,7 +4,6 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
-#include <tuple>
 
 #include <libmount.h>
 
@@ -50,11 +49,6 @@ bool isListed(const MountedDrive& drive)
     return startsWith(drive.directory, "/media/") || startsWith(drive.directory, "/mnt/");
 }
 
-bool standsBefore(const MountedDrive& first, const MountedDrive& second)
-{
-    return std::tie(first.directory, first.mountId) < std::tie(second.directory, second.mountId);
-}
-
 Table parsed(const std::string& mountTable)
 {
     Table table(mnt_new_table(), &mnt_unref_table);
@@ -82,7 +76,10 @@ std::vector<MountedDrive> read(const std::string& mountTable)
             drives.push_back(std::move(drive));
         }
     }
-    std::sort(drives.begin(), drives.end(), standsBefore);
+    // The table has a mount below the one that hides it. Ids do not say so: the kernel reuses them.
+    std::stable_sort(drives.begin(), drives.end(), [](const MountedDrive& first, const MountedDrive& second) {
+        return first.directory < second.directory;
+    });
     return drives;
 }
 

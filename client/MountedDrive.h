@@ -16,7 +16,8 @@ struct MountedDrive
 
 namespace MountedDrives {
 
-/// What is mounted below /media and /mnt, sorted by directory; of two on one directory the later one last.
+/// What is mounted below /media and /mnt, sorted by directory; mounts on one directory in the order of the
+/// table, in which a later one hides an earlier one.
 /// The two roots themselves count only where the whole of a device lies over them, as a nameless medium does:
 /// a /mnt bound on itself, or a tmpfs, is no drive. `mountTable` is in the form of /proc/self/mountinfo.
 /// Throws std::runtime_error if it cannot be read.

@@ -51,13 +51,24 @@ TEST_F(MountTable, ListsARootOnlyWhereAMediumLiesOverIt)
     EXPECT_THAT(directories("30 22 0:40 / /media rw - tmpfs tmpfs rw\n"), testing::IsEmpty());
 }
 
-TEST_F(MountTable, KeepsTheOrderOfMountsOnOneDirectory)
+TEST_F(MountTable, KeepsTheKernelsOrderOfMountsOnOneDirectoryThoughItReusesIds)
 {
-    const auto drives = read("41 40 8:18 / /mnt/x rw - ext4 /dev/sdb2 rw\n"
-                             "40 22 8:17 / /mnt/x rw - ext4 /dev/sdb1 rw\n");
-    ASSERT_EQ(drives.size(), 2U);
-    EXPECT_EQ(drives[0].device, "/dev/sdb1");
-    EXPECT_EQ(drives[1].device, "/dev/sdb2");
+    std::string lines;
+    std::vector<std::string> last;
+    std::vector<std::string> first;
+    for (int number = 0; number < 100; ++number) {
+        const bool isLast = number % 2 == 0;
+        const std::string device = "/dev/sdb" + std::to_string(number);
+        lines += std::to_string(500 - number) + " 22 8:17 / /mnt/" + (isLast ? "y" : "x") + " rw - ext4 " +
+                 device + " rw\n";
+        (isLast ? last : first).push_back(device);
+    }
+    std::vector<std::string> devices;
+    for (const MountedDrive& drive : read(lines)) {
+        devices.push_back(drive.device);
+    }
+    first.insert(first.end(), last.begin(), last.end());
+    EXPECT_EQ(devices, first);
 }
 
 TEST_F(MountTable, DecodesBlanksAndTellsABindMountByItsRoot)
