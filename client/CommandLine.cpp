@@ -175,14 +175,15 @@ Commands:
 
 Options:
   --socket PATH           the service's socket (/tmp/vrmount)
-  --timeout SECONDS       how long to wait for a connection: up to 86400, 0 for ever (10); the reply is always
+  --timeout SECONDS       how long to wait until the service takes the request: up to 86400, 0 for ever (10);
+                          then the request is withdrawn. The reply to a request that was taken is always
                           waited for
   --json                  list for scripts, sizes in bytes
   --help                  show this text
   --version               show the version
 
 Exit status: 0 for a reply that begins with "DONE", 1 for any other reply, 2 for wrong use, 3 when the service
-cannot be reached.
+cannot be reached or is busy.
 )";
 }
 

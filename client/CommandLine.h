@@ -17,7 +17,7 @@ struct Invocation
     Command command = Command::Help;
     std::string request; ///< its very bytes
     std::string socket;
-    unsigned long timeout = 0; ///< for the connecting, in microseconds; 0 for no bound
+    unsigned long timeout = 0; ///< until the request is sent, in microseconds; 0 for no bound
     bool json = false;
 };
 

@@ -1,12 +1,13 @@
 #include "client/Exchange.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <Poco/Exception.h>
@@ -17,12 +18,29 @@
 #include <QByteArray>
 
 #include "client/DetachedStreams.h"
+#include "client/ServiceQueue.h"
 #include "server/ClientSocket.h"
 
 namespace Exchange {
 namespace {
 
+using Clock = std::chrono::steady_clock;
 using Kind = Outcome::Kind;
+using std::chrono::milliseconds;
+
+constexpr const char* Busy = "the service is busy and took no connection in time";
+/// A client that is being served holds the service for as long as it does not notice.
+constexpr milliseconds LongestPause(20);
+
+class Connection : public VORNA::ClientSocket
+{
+public:
+    Connection()
+        : ClientSocket(AF_UNIX, SOCK_STREAM)
+    {
+    }
+    int descriptor() const { return fd; }
+};
 
 void stayBehind()
 {
@@ -33,32 +51,68 @@ void stayBehind()
     detachStandardStreams();
 }
 
+/// Whether nobody holds the other end any more, or does not within `pause`.
+bool losesPeer(int descriptor, milliseconds pause)
+{
+    pollfd end{descriptor, 0, 0};
+    return poll(&end, 1, static_cast<int>(pause.count())) > 0;
+}
+
 bool isAwaited(const Poco::Pipe& caller)
 {
-    pollfd pipe{caller.writeHandle(), 0, 0};
-    return poll(&pipe, 1, 0) == 0;
+    return !losesPeer(caller.writeHandle(), milliseconds(0));
+}
+
+Clock::time_point endOf(unsigned long timeout)
+{
+    return timeout == 0 ? Clock::time_point::max() : Clock::now() + std::chrono::microseconds(timeout);
+}
+
+/// Waits until the service accepts the connection. Whether the request is to be sent: not after `end`, nor
+/// when the caller is gone. A service that is gone is for the next transfer to report.
+bool isAdmitted(const Connection& connection, Clock::time_point end, const Poco::Pipe& caller)
+{
+    milliseconds pause(1);
+    while (isAwaited(caller) && waitsInQueue(connection.descriptor())) {
+        const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
+        if (left <= milliseconds(0)) {
+            return false;
+        }
+        if (losesPeer(connection.descriptor(), std::min(pause, left))) {
+            break;
+        }
+        pause = std::min(2 * pause, LongestPause);
+    }
+    return isAwaited(caller);
 }
 
 /// The reply ends where the service closes the connection.
-std::string wholeReply(VORNA::ClientSocket& socket)
+std::string wholeReply(Connection& connection)
 {
     std::string reply;
     std::string part;
-    while (socket.read(part) > 0) {
+    while (connection.read(part) > 0) {
         reply += part;
     }
     return reply;
 }
 
-/// Whoever is connected must send something and read the reply: a withdrawn request is an empty one, to which
-/// the service only replies that it knows no such command.
-std::string converse(VORNA::ClientSocket& socket, const std::string& request, const Poco::Pipe& caller)
+std::string sendAndReceive(Connection& connection, const std::string& request)
 {
-    socket.setSendTimeout(0);
-    socket.send(isAwaited(caller) ? request : std::string(), 0);
+    connection.send(request, 0);
     // Ends the request whatever its length; else one of exactly 10240 bytes would wait for more.
-    socket.shutdown(SHUT_WR);
-    return wholeReply(socket);
+    connection.shutdown(SHUT_WR);
+    return wholeReply(connection);
+}
+
+/// Whoever is connected must send something and read the reply. To an empty request the service only replies
+/// that it knows no such command.
+void withdraw(Connection& connection)
+{
+    try {
+        sendAndReceive(connection, {});
+    } catch (const VORNA::SocketException&) { // NOLINT(bugprone-empty-catch): the service has ended
+    }
 }
 
 /// The socket library tells the errno of a failed connect only as the number that its message ends in.
@@ -66,32 +120,19 @@ std::string reasonOf(const VORNA::SocketConnectingException& exception)
 {
     const std::string& message = exception.message();
     const int error = QByteArray::fromStdString(message.substr(message.find_last_of(' ') + 1)).toInt();
-    return error == EAGAIN ? "the service is busy and took no connection in time" : std::strerror(error);
+    return error == EAGAIN ? Busy : std::strerror(error);
 }
 
-Outcome carryOut(const std::string& path, const std::string& request, unsigned long timeout,
-                 const Poco::Pipe& caller)
-{
-    try {
-        VORNA::ClientSocket socket(AF_UNIX, SOCK_STREAM);
-        socket.setSendTimeout(timeout);
-        socket.connect(path);
-        return {Kind::Replied, converse(socket, request, caller)};
-    } catch (const VORNA::SocketConnectingException& exception) {
-        return {Kind::Unreachable, reasonOf(exception)};
-    } catch (const VORNA::SocketException& exception) {
-        return {Kind::Unreachable, "the service went away: " + exception.message()};
-    }
-}
-
-/// A caller that is gone is told nothing: the stream absorbs the broken pipe.
-void tell(const Poco::Pipe& caller, const Outcome& outcome)
+/// The caller goes on when it has the outcome. A caller that is gone gets nothing: the stream absorbs the
+/// broken pipe.
+void writeOutcome(Poco::Pipe& caller, const Outcome& outcome)
 {
     Poco::PipeOutputStream stream(caller);
     stream << static_cast<char>(outcome.kind) << outcome.text << std::flush;
+    caller.close(Poco::Pipe::CLOSE_WRITE);
 }
 
-Outcome hear(const Poco::Pipe& child)
+Outcome readOutcome(const Poco::Pipe& child)
 {
     Poco::PipeInputStream stream(child);
     std::string message;
@@ -102,16 +143,38 @@ Outcome hear(const Poco::Pipe& child)
     return {static_cast<Kind>(message.front()), message.substr(1)};
 }
 
+void carryOut(const std::string& path, const std::string& request, unsigned long timeout, Poco::Pipe& caller)
+{
+    const Clock::time_point end = endOf(timeout);
+    Connection connection;
+    connection.setSendTimeout(timeout);
+    connection.connect(path);
+    connection.setSendTimeout(0);
+    if (isAdmitted(connection, end, caller)) {
+        writeOutcome(caller, {Kind::Replied, sendAndReceive(connection, request)});
+    } else {
+        writeOutcome(caller, {Kind::Unreachable, Busy});
+        withdraw(connection);
+    }
+}
+
 /// Nothing that goes wrong in the child may go on as if it were the caller, hence noexcept.
 [[noreturn]] void live(const std::string& path, const std::string& request, unsigned long timeout,
                        Poco::Pipe& caller) noexcept
 {
     stayBehind();
     caller.close(Poco::Pipe::CLOSE_READ);
-    tell(caller, carryOut(path, request, timeout, caller));
+    try {
+        carryOut(path, request, timeout, caller);
+    } catch (const VORNA::SocketConnectingException& exception) {
+        writeOutcome(caller, {Kind::Unreachable, reasonOf(exception)});
+    } catch (const VORNA::SocketException& exception) {
+        writeOutcome(caller, {Kind::Unreachable, "the service went away: " + exception.message()});
+    }
     _exit(0);
 }
 
+/// The child is not waited for: when its request is withdrawn it stays behind, and in the end init reaps it.
 Outcome askChild(const std::string& path, const std::string& request, unsigned long timeout)
 {
     Poco::Pipe pipe;
@@ -123,9 +186,7 @@ Outcome askChild(const std::string& path, const std::string& request, unsigned l
         live(path, request, timeout, pipe);
     }
     pipe.close(Poco::Pipe::CLOSE_WRITE);
-    Outcome outcome = hear(pipe);
-    waitpid(child, nullptr, 0);
-    return outcome;
+    return readOutcome(pipe);
 }
 
 } // namespace

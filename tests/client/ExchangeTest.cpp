@@ -8,6 +8,7 @@
 
 #include "server/ClientSocket.h"
 #include "tests/client/Client.h"
+#include "tests/client/ClientProcesses.h"
 #include "tests/client/ServiceSide.h"
 #include "tests/support/WaitFor.h"
 
@@ -25,9 +26,23 @@ std::string contentOf(const std::string& path)
     return content.str();
 }
 
+const ClientResult BUSY{3, "",
+                        "vrmountctl: cannot reach the service at socket: the service is busy and took no "
+                        "connection in time\n"};
+
 class TheClient : public ServiceSide
 {
 protected:
+    /// Runs a client that nobody serves; it has to end when its time is over and not much later.
+    static void expectBusyWithin(const char* timeout, std::chrono::milliseconds bound)
+    {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(run({"--socket", "socket", "--timeout", timeout, "remount", "/media/C:"}), BUSY);
+        const auto taken = std::chrono::steady_clock::now() - start;
+        EXPECT_GE(taken, bound);
+        EXPECT_LT(taken, bound + 3s);
+    }
+
     /// Sends `request` and gets `reply`.
     ClientResult exchange(const std::string& request, const std::string& reply)
     {
@@ -84,13 +99,13 @@ TEST_F(TheClient, ReadsAReplyThatComesInPieces)
     EXPECT_EQ(resultOf(client), (ClientResult{0, "DONE" + piece + piece + "\n", ""}));
 }
 
-TEST_F(TheClient, WaitsForTheReplyLongerThanForTheConnection)
+TEST_F(TheClient, WaitsForTheReplyLongerThanForTheService)
 {
     listen();
-    Client client({"--socket", "socket", "--timeout", "0.05", "send", "x"});
+    Client client({"--socket", "socket", "--timeout", "0.5", "send", "x"});
     std::string request;
     Connection connection = accept(request);
-    EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 300ms));
+    EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 800ms));
     connection->send("DONE", 0);
     connection->close();
     EXPECT_EQ(client.status(), 0);
@@ -123,13 +138,32 @@ TEST_F(TheClient, BoundsTheWaitForAPlaceInTheQueue)
     listen(0);
     VORNA::ClientSocket first(AF_UNIX, SOCK_STREAM);
     first.connect("socket");
+    expectBusyWithin("0.2", 200ms);
+}
+
+TEST_F(TheClient, BoundsTheWaitInTheQueueAndWithdrawsItsRequestThen)
+{
+    listen();
+    expectBusyWithin("0.2", 200ms);
+    std::string request = "not read";
+    Connection connection = accept(request);
+    EXPECT_EQ(request, "");
+    // Far more than the socket holds: only somebody who reads it lets it pass.
+    EXPECT_NO_THROW(connection->send(std::string(std::size_t{8} << 20U, 'r'), MSG_NOSIGNAL));
+}
+
+TEST_F(TheClient, BoundsBothWaitsTogether)
+{
+    listen(0);
+    VORNA::ClientSocket first(AF_UNIX, SOCK_STREAM);
+    first.connect("socket");
+    Client client({"--socket", "socket", "--timeout", "1.5", "send", "x"});
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(run({"--socket", "socket", "--timeout", "0.2", "send", "x"}),
-              (ClientResult{3, "",
-                            "vrmountctl: cannot reach the service at socket: the service is busy and took no "
-                            "connection in time\n"}));
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 200ms);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 3s);
+    EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 1200ms));
+    accept()->close();
+    EXPECT_EQ(resultOf(client), BUSY);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2500ms);
+    EXPECT_EQ(serve(""), "");
 }
 
 TEST_F(TheClient, IsServedWhenItGetsItsPlaceInTime)
@@ -140,6 +174,40 @@ TEST_F(TheClient, IsServedWhenItGetsItsPlaceInTime)
     Client client({"--socket", "socket", "--timeout", "30", "send", "x"});
     accept()->close();
     EXPECT_EQ(serve("DONE"), "x");
+    EXPECT_EQ(client.status(), 0);
+}
+
+TEST_F(TheClient, IsServedWhenTheServiceTakesItInTime)
+{
+    for (const char* timeout : {"30", "0"}) {
+        listen();
+        Client client({"--socket", "socket", "--timeout", timeout, "send", "x"});
+        EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 300ms));
+        EXPECT_EQ(serve("DONE"), "x");
+        EXPECT_EQ(client.status(), 0);
+    }
+}
+
+TEST_F(TheClient, SendsALongRequestHoweverLongTheServiceTakesToReadIt)
+{
+    listen();
+    const std::string request(32768, 'x');
+    Client client({"--socket", "socket", "--timeout", "1", "send", request});
+    const int socket = ClientProcesses::socketOf(ClientProcesses::childOf(client.id()));
+    const int small = 1;
+    if (setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &small, sizeof small) != 0) {
+        GTEST_SKIP() << "needs the right to trace a process";
+    }
+    close(socket);
+    Connection connection = accept();
+    EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 1300ms));
+    std::string received;
+    for (std::string part; connection->read(part) > 0;) {
+        received += part;
+    }
+    EXPECT_EQ(received, request);
+    connection->send("DONE", MSG_NOSIGNAL);
+    connection->close();
     EXPECT_EQ(client.status(), 0);
 }
 

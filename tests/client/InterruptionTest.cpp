@@ -27,16 +27,6 @@ protected:
         ASSERT_EQ(kill(-client.id(), signalNumber), 0);
         EXPECT_EQ(client.status(), 128 + signalNumber);
     }
-
-    static pid_t childOf(const Client& client)
-    {
-        std::optional<pid_t> child;
-        waitFor([&] { return (child = ClientProcesses::childOf(client.id())).has_value(); });
-        if (!child) {
-            throw std::runtime_error("the client has started no other process");
-        }
-        return *child;
-    }
 };
 
 TEST_F(AnInterruptedClient, LeavesSomebodyToReadTheReply)
@@ -61,7 +51,7 @@ TEST_F(AnInterruptedClient, LeavesAReaderThatHoldsNoTerminalAndEndsWithTheReply)
     Client client({"--socket", "socket", "send", "x"});
     std::string request;
     Connection connection = accept(request);
-    const pid_t reader = childOf(client);
+    const pid_t reader = ClientProcesses::childOf(client.id());
     interrupt(client, SIGKILL);
 
     for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -79,7 +69,7 @@ TEST_F(AnInterruptedClient, KeepsItsReaderWhenSignalsReachThatToo)
     Client client({"--socket", "socket", "send", "x"});
     std::string request;
     Connection connection = accept(request);
-    const pid_t reader = childOf(client);
+    const pid_t reader = ClientProcesses::childOf(client.id());
     for (const int signalNumber :
          {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1, SIGTSTP, SIGRTMIN}) {
         EXPECT_EQ(kill(reader, signalNumber), 0);
@@ -89,13 +79,24 @@ TEST_F(AnInterruptedClient, KeepsItsReaderWhenSignalsReachThatToo)
     EXPECT_EQ(resultOf(client), (ClientResult{0, "DONE\n", ""}));
 }
 
+TEST_F(AnInterruptedClient, WithdrawsARequestThatTheServiceHasNotTaken)
+{
+    listen();
+    for (const int signalNumber : {SIGINT, SIGKILL}) {
+        Client client({"--socket", "socket", "--timeout", "30", "remount", "/media/C:"});
+        waitForClient();
+        interrupt(client, signalNumber);
+        EXPECT_EQ(serve(LONG_REPLY), "");
+    }
+}
+
 TEST_F(AnInterruptedClient, WithdrawsARequestThatStillWaitsForItsPlace)
 {
     listen(0);
     VORNA::ClientSocket first(AF_UNIX, SOCK_STREAM);
     first.connect("socket");
     Client client({"--socket", "socket", "--timeout", "30", "remount", "/media/C:"});
-    const pid_t reader = childOf(client);
+    const pid_t reader = ClientProcesses::childOf(client.id());
     if (geteuid() != 0) {
         GTEST_SKIP() << "needs root to see a process wait in connect";
     }

@@ -29,10 +29,13 @@ protected:
         _server->listen(backlog);
     }
 
+    /// Waits until a client has a place in the queue.
+    void waitForClient() { EXPECT_GT(_server->select(3000), 0); }
+
     /// Ends as a service does that dies while a client waits in its queue.
     void abandonClient()
     {
-        EXPECT_GT(_server->select(3000), 0);
+        waitForClient();
         _server.reset();
     }
 

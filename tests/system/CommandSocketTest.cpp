@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include "tests/support/Process.h"
 #include "tests/support/WaitFor.h"
 #include "tests/system/CommandClient.h"
 #include "tests/system/Files.h"
@@ -191,6 +192,23 @@ TEST_F(CommandSocketTest, QueuedClientsDoNotHoldTheStop)
     const CommandClient first;
     const CommandClient second;
     first.send("hello");
+    expectCleanStop();
+}
+
+TEST_F(CommandSocketTest, ClientBehindASilentOneWithdrawsItsRequestWhenItsTimeIsOver)
+{
+    start();
+    const CommandClient silent;
+    waitUntilServing();
+    const ProcessResult result = runProgram({VRMOUNTCTL, "--timeout", "0.5", "remount", "/media/C:", "ro"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.output,
+              "vrmountctl: cannot reach the service at /tmp/vrmount: the service is busy and took "
+              "no connection in time\n");
+    silent.send("move");
+    EXPECT_EQ(silent.reply(), "Command not implemented!");
+    EXPECT_EQ(ask("move"), "Command not implemented!");
+    expectQuotedWarning("Command not found: ");
     expectCleanStop();
 }
 
