@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <fstream>
@@ -291,7 +292,9 @@ TEST_F(ServerSocketTest, SelectFailsForADescriptorThatItsSetCannotHold)
     sockaddr address{};
     for (const int fd : {-1, FD_SETSIZE, FD_SETSIZE + 1000000}) {
         Open<ServerSocket> socket(fd, address);
+        errno = EINTR;
         EXPECT_EQ(socket.select(0), -1) << fd;
+        EXPECT_EQ(errno, EBADF) << fd;
         socket.fd = -1;
     }
     EXPECT_TRUE(calls.selects.empty());

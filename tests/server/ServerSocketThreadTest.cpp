@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -10,6 +11,7 @@
 #include <fcntl.h>
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -136,9 +138,60 @@ protected:
     }
 };
 
+/// While it lives, `number` interrupts system calls and does nothing else.
+class CaughtSignal
+{
+public:
+    explicit CaughtSignal(int number)
+        : _number(number)
+    {
+        struct sigaction nothing = {};
+        nothing.sa_handler = [](int /*signal*/) {};
+        sigaction(number, &nothing, &_before);
+    }
+    ~CaughtSignal() { sigaction(_number, &_before, nullptr); }
+    CaughtSignal(const CaughtSignal&) = delete;
+    CaughtSignal& operator=(const CaughtSignal&) = delete;
+
+private:
+    int _number;
+    struct sigaction _before = {};
+};
+
+/// Opens files until what is opened next is `end` or more.
+std::vector<int> takeDescriptors(int end)
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    std::vector<int> taken;
+    do {
+        taken.push_back(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+    } while (taken.back() >= 0 && taken.back() < end - 1);
+    EXPECT_GE(taken.back(), 0);
+    return taken;
+}
+
 class ServerSocketThreadTest : public testing::Test
 {
 protected:
+    /// The thread that serves, which it says itself when it reads a request.
+    static pthread_t servingThread()
+    {
+        pthread_t result = pthread_self();
+        auto* const codec = new Codec; // the framework's from here on
+        codec->before = [&result](const QByteArray& text) {
+            if (text == "bind") {
+                result = pthread_self();
+            }
+        };
+        EXPECT_EQ(Client().ask("bind"), "Command not implemented!");
+        Codec::restore();
+        EXPECT_FALSE(pthread_equal(result, pthread_self()));
+        return result;
+    }
+
     ServerSocketThreadTest()
     {
         KernelDoor::reset();
@@ -332,6 +385,33 @@ TEST_F(ServerSocketThreadTest, LetsSixClientsWaitBesideTheOneThatIsServed)
     EXPECT_EQ(silent.ask("move"), "Command not implemented!");
     for (Client& client : waiting) {
         EXPECT_EQ(client.ask("move"), "Command not implemented!");
+    }
+}
+
+TEST_F(ServerSocketThreadTest, IsNotDisturbedBySignals)
+{
+    const pthread_t server = servingThread();
+    const auto interrupt = [server] {
+        for (int count = 0; count < 200; ++count) {
+            pthread_kill(server, SIGUSR1);
+            std::this_thread::sleep_for(1ms);
+        }
+    };
+    const CaughtSignal caught(SIGUSR1);
+    interrupt();
+    Client silent;
+    waitUntilServing();
+    interrupt();
+    EXPECT_EQ(silent.ask("move"), "Command not implemented!");
+    EXPECT_LT(stop(), 1000);
+}
+
+TEST_F(ServerSocketThreadTest, ServesAConnectionThatItCannotWaitFor)
+{
+    const std::vector<int> taken = takeDescriptors(FD_SETSIZE);
+    EXPECT_EQ(Client().ask("move"), "Command not implemented!");
+    for (const int descriptor : taken) {
+        close(descriptor);
     }
 }
 
