@@ -116,6 +116,13 @@ TEST_F(DriveList, IsATableForPeople)
     EXPECT_THAT(result.output, HasSubstr(" MiB  "));
 }
 
+TEST_F(DriveList, AlignsNamesInAnyScript)
+{
+    mountExt4("/mnt/\xe6\x97\xa5");
+    EXPECT_THAT(run({"list"}).output, testing::StartsWith("DIRECTORY  DEVICE "));
+    EXPECT_THAT(run({"list"}).output, HasSubstr("\n/mnt/\xe6\x97\xa5    /dev/loop"));
+}
+
 TEST_F(DriveList, TellsABindMountFromItsDevice)
 {
     mountNtfs("/media/C:");
@@ -193,6 +200,7 @@ TEST_F(DriveList, WorksForAnOrdinaryUser)
     fs::copy_file(VRMOUNTCTL, "/tmp/vrmountctl", fs::copy_options::overwrite_existing);
     const std::vector<std::string> asNobody{
         "setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "/tmp/vrmountctl", "list", "--json"};
+    ASSERT_EQ(chmod("/mnt/disk", S_IRWXU), 0); // NTFS may be mounted so
     Rows rows = rowsIn(runProgram(asNobody).output);
     ASSERT_THAT(column(rows, "directory"), ElementsAre("/mnt/disk"));
     EXPECT_THAT(column(rows, "label"), ElementsAre("")); // it may not read the device
@@ -216,10 +224,19 @@ TEST_F(DriveList, SaysThatItCannotStartAProcess)
 {
     mountExt4("/mnt/disk");
     fs::copy_file(VRMOUNTCTL, "/tmp/vrmountctl", fs::copy_options::overwrite_existing);
-    const ProcessResult result = runProgram({"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
-                                             "prlimit", "--nproc=0", "/tmp/vrmountctl", "list"});
+    std::vector<std::string> command{"setpriv", "--reuid=65534", "--regid=65534",   "--clear-groups",
+                                     "prlimit", "--nproc=0",     "/tmp/vrmountctl", "list"};
+    ProcessResult result = runProgram(command);
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "vrmountctl: System exception: no process can be started\n");
+
+    command.back() = "send";
+    command.emplace_back("x");
+    result = runProgram(command);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.output,
+              "vrmountctl: cannot reach the service at /tmp/vrmount: System exception: no process "
+              "can be started\n");
 }
 
 TEST_F(DriveList, SaysWhyThereIsNone)

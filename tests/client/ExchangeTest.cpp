@@ -1,3 +1,4 @@
+#include <csignal>
 #include <fstream>
 #include <sstream>
 
@@ -133,6 +134,18 @@ TEST_F(TheClient, SaysThatTheServiceWentAwayInsteadOfReplying)
     EXPECT_THAT(result.complaint, HasSubstr("cannot reach the service at socket: the service went away"));
 }
 
+TEST_F(TheClient, SaysThatItsReaderWasKilled)
+{
+    listen();
+    Client client({"--socket", "socket", "send", "x"});
+    std::string request;
+    const Connection connection = accept(request);
+    ASSERT_EQ(kill(ClientProcesses::childOf(client.id()), SIGKILL), 0);
+    EXPECT_EQ(resultOf(client), (ClientResult{3, "",
+                                              "vrmountctl: cannot reach the service at socket: the process "
+                                              "that reads the reply has ended\n"}));
+}
+
 TEST_F(TheClient, BoundsTheWaitForAPlaceInTheQueue)
 {
     listen(0);
@@ -177,13 +190,19 @@ TEST_F(TheClient, IsServedWhenItGetsItsPlaceInTime)
     EXPECT_EQ(client.status(), 0);
 }
 
-TEST_F(TheClient, IsServedWhenTheServiceTakesItInTime)
+TEST_F(TheClient, IsServedWhenTheServiceTakesItInTimeAndHoldsItNoLongerThanItMust)
 {
     for (const char* timeout : {"30", "0"}) {
         listen();
         Client client({"--socket", "socket", "--timeout", timeout, "send", "x"});
-        EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 300ms));
-        EXPECT_EQ(serve("DONE"), "x");
+        EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 1100ms));
+        Connection connection = accept();
+        EXPECT_EQ(connection->select(500), 1);
+        std::string request;
+        connection->read(request);
+        EXPECT_EQ(request, "x");
+        connection->send("DONE", 0);
+        connection->close();
         EXPECT_EQ(client.status(), 0);
     }
 }

@@ -5,6 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -51,6 +54,65 @@ TEST(Inquiry, WaitsForAnAnswerOnlySoLong)
     EXPECT_LT(Clock::now() - start, 2s);
 }
 
+TEST(Inquiry, DoesNotWaitWhenTheTimeIsAlreadyOver)
+{
+    const auto start = Clock::now();
+    EXPECT_EQ(ask(&neverAnswer, -1s), std::nullopt);
+    EXPECT_LT(Clock::now() - start, 2s);
+}
+
+/// Holds the other end of a pipe: whoever reads it sees when all processes of this object have ended.
+class Lifeline
+{
+public:
+    Lifeline() { EXPECT_EQ(pipe2(_ends, O_CLOEXEC), 0); }
+    ~Lifeline()
+    {
+        letGo();
+        close(_ends[0]);
+    }
+    Lifeline(const Lifeline&) = delete;
+    Lifeline& operator=(const Lifeline&) = delete;
+
+    void letGo()
+    {
+        close(_ends[1]);
+        _ends[1] = -1;
+    }
+    bool ends() const
+    {
+        pollfd end{_ends[0], POLLIN, 0};
+        return poll(&end, 1, 5000) == 1;
+    }
+
+private:
+    int _ends[2] = {-1, -1};
+};
+
+TEST(Inquiry, EndsItsProcessWhenItIsNoLongerAsked)
+{
+    Lifeline lifeline;
+    {
+        const Inquiry inquiry(&neverAnswer);
+    }
+    lifeline.letGo();
+    EXPECT_TRUE(lifeline.ends());
+}
+
+TEST(Inquiry, EndsItsProcessWhenTheOneThatAsksDies)
+{
+    Lifeline lifeline;
+    const pid_t asking = fork();
+    if (asking == 0) {
+        Inquiry inquiry([]() -> std::string { return neverAnswer(); });
+        inquiry.answer(Clock::now() + 200ms);
+        _exit(0);
+    }
+    waitpid(asking, nullptr, 0);
+    lifeline.letGo();
+    EXPECT_TRUE(lifeline.ends());
+}
+
 TEST(Inquiry, CutsAnAnswerThatIsTooLong)
 {
     EXPECT_EQ(ask([] { return std::string(100000, 'x'); }, 5s), std::string(4095, 'x'));
@@ -58,12 +120,15 @@ TEST(Inquiry, CutsAnAnswerThatIsTooLong)
 
 TEST(Inquiry, HoldsNoneOfTheCallersStreams)
 {
-    const auto nameOfOutput = [] {
-        std::string name(100, '\0');
-        name.resize(static_cast<std::size_t>(readlink("/proc/self/fd/1", name.data(), name.size())));
-        return name;
-    };
-    EXPECT_EQ(ask(nameOfOutput, 5s), "/dev/null");
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        const auto accessAndName = [number] {
+            std::string name(100, '\0');
+            const std::string link = "/proc/self/fd/" + std::to_string(number);
+            name.resize(static_cast<std::size_t>(readlink(link.c_str(), name.data(), name.size())));
+            return std::to_string(fcntl(number, F_GETFL) & O_ACCMODE) + name;
+        };
+        EXPECT_EQ(ask(accessAndName, 5s), std::to_string(O_RDWR) + "/dev/null") << number;
+    }
 }
 
 } // namespace

@@ -24,6 +24,7 @@ TEST(TerminalText, LeavesNothingThatActsOnATerminal)
          "gpj.exe",
          "\\xe2\\x80\\xaegpj.exe"},             // turns the writing direction round
         {"\xe2\x80\xa8", "\\xe2\\x80\\xa8"},    // a line separator
+        {"\xe2\x80\xa9", "\\xe2\\x80\\xa9"},    // a paragraph separator
         {"\xff\x41\xfc\n", "\\xffA\\xfc\\x0a"}, // Latin-1
         {"\xed\xa0\x80", "\\xed\\xa0\\x80"},    // half a surrogate pair
         {std::string("a\0b", 3), "a\\x00b"},
@@ -31,6 +32,12 @@ TEST(TerminalText, LeavesNothingThatActsOnATerminal)
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(TerminalText::harmless(text), expected);
     }
+}
+
+TEST(TerminalText, CountsACharacterThatTheLocaleDoesNotKnowAsOne)
+{
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
+    EXPECT_EQ(TerminalText::columns("\xc3\x9c\xe6\x97\xa5"), 2U);
 }
 
 TEST(TerminalText, CountsColumnsNotBytes)

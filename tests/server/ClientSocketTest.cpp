@@ -95,6 +95,14 @@ TEST_F(ClientSocketTest, ConnectsToAPathWithTheWholeUnixAddress)
     EXPECT_EQ(calls.connects[0].data(), "vrmount");
 }
 
+TEST_F(ClientSocketTest, ConnectsToAPathWithTheFamilyOfTheSocket)
+{
+    SystemCalls::record().answerConnects = true;
+    ClientSocket(AF_INET, SOCK_STREAM).connect("vrmount");
+    ASSERT_EQ(calls.connects.size(), 1U);
+    EXPECT_EQ(calls.connects[0].family(), AF_INET);
+}
+
 TEST_F(ClientSocketTest, ConnectsToThePathThatFillsTheAddress)
 {
     const std::string path(108, 'p');

@@ -43,6 +43,13 @@ TEST(SocketAddress, TheFirstAddressAndThePortStandInNetworkOrder)
     EXPECT_EQ(ntohl(address->sin_addr.s_addr), 0x0a010203U);
 }
 
+TEST(SocketAddress, TheFamilyIsThatOfTheSocket)
+{
+    const auto address = firstAddress(AF_UNIX, {"\x0a\x01\x02\x03"}, 80);
+    ASSERT_TRUE(address);
+    EXPECT_EQ(address->sin_family, AF_UNIX);
+}
+
 TEST(SocketAddress, WithoutAnAddressThereIsNone)
 {
     EXPECT_FALSE(firstAddress(AF_INET, {}, 80));

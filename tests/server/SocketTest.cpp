@@ -120,6 +120,7 @@ TEST(SocketClass, StartsWithoutASocket)
 {
     const Open<Socket> socket;
     EXPECT_EQ(socket.fd, -1);
+    EXPECT_EQ(socket.domain, AF_UNSPEC);
 }
 
 TEST(SocketClass, MakesASocketThatIsClosedOnExec)
