@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <type_traits>
 
 #include <gmock/gmock.h>
 
@@ -11,10 +10,6 @@ using testing::ElementsAre;
 using Arguments = QMap<QString, QString>;
 
 namespace {
-
-static_assert(std::has_virtual_destructor_v<MountCommand>);
-static_assert(std::has_virtual_destructor_v<MountOptions>);
-static_assert(std::is_base_of_v<MountOptions, NtfsOptions> && std::is_base_of_v<MountOptions, VfatOptions>);
 
 QString text(const char* utf8)
 {
