@@ -52,10 +52,10 @@ function ground_of(root,    i, m, ground) {
     return ground
 }
 
-# The next one that can go; the later one in the table of two that are equally high.
+# The next one that can go.
 function topmost(root, ground,    i, m, found) {
     found = ground
-    for (i = count; i > 0; i--) {
+    for (i = 1; i <= count; i++) {
         m = mount[i]
         if (is_in(root, path[m]) && !(m in listed) && height(m, root) > height(found, root)) found = m
     }
