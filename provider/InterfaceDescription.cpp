@@ -60,3 +60,37 @@ const InterfaceDescription& InterfaceDescription::device()
         QStringLiteral(":/interfaces/org.freedesktop.UDisks.Device.xml"));
     return description;
 }
+
+const InterfaceDescription& InterfaceDescription::machine()
+{
+    static const InterfaceDescription description(
+        QStringLiteral(":/interfaces/org.vorna.vrudisks.Machine.xml"));
+    return description;
+}
+
+const InterfaceDescription& InterfaceDescription::none()
+{
+    static const InterfaceDescription description;
+    return description;
+}
+
+const InterfaceDescription& InterfaceDescription::standardProperties()
+{
+    static const InterfaceDescription description(
+        QStringLiteral(":/interfaces/org.freedesktop.DBus.Properties.xml"));
+    return description;
+}
+
+const InterfaceDescription& InterfaceDescription::standardIntrospectable()
+{
+    static const InterfaceDescription description(
+        QStringLiteral(":/interfaces/org.freedesktop.DBus.Introspectable.xml"));
+    return description;
+}
+
+const InterfaceDescription& InterfaceDescription::standardPeer()
+{
+    static const InterfaceDescription description(
+        QStringLiteral(":/interfaces/org.freedesktop.DBus.Peer.xml"));
+    return description;
+}

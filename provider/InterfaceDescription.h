@@ -11,9 +11,17 @@ public:
     /// Reads `resource`, a file that is built in; its name without ".xml" is the interface's.
     explicit InterfaceDescription(const QString& resource);
 
-    /// "org.freedesktop.UDisks" and "org.freedesktop.UDisks.Device".
+    /// "org.freedesktop.UDisks", "org.freedesktop.UDisks.Device" and "org.vorna.vrudisks.Machine".
     static const InterfaceDescription& daemon();
     static const InterfaceDescription& device();
+    static const InterfaceDescription& machine();
+    /// An object without an interface of its own has this one, which has no name.
+    static const InterfaceDescription& none();
+    /// What the bus defines for every object: "org.freedesktop.DBus.Properties", "...Introspectable" and
+    /// "...Peer".
+    static const InterfaceDescription& standardProperties();
+    static const InterfaceDescription& standardIntrospectable();
+    static const InterfaceDescription& standardPeer();
 
     const QString& name() const { return _name; }
     /// The <interface> element.
@@ -24,6 +32,8 @@ public:
     const QHash<QString, QString>& methods() const { return _methods; }
 
 private:
+    InterfaceDescription() = default;
+
     QString _name;
     QString _xml;
     QMap<QString, QString> _properties;

@@ -1,39 +1,28 @@
 #include "provider/MachineControl.h"
 
-#include <stdexcept>
+#include <unistd.h>
 
-#include "machineadaptor.h"
-#include "provider/MachineSource.h"
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+
+#include "provider/Dispatch.h"
 
 const QString MachineControl::PATH = QStringLiteral("/org/vorna/vrudisks/Machine");
 
-MachineControl::MachineControl(MachineSource& machine, QDBusConnection bus)
-    : _machine(machine)
+MachineControl::MachineControl(MachineSource& machine, const QDBusConnection& bus)
+    : _object(machine, [this](const QString& sender) { return mayControl(sender); })
+    , _bus(bus)
 {
-    new MachineAdaptor(this);
-    bus.registerObject(PATH, this, QDBusConnection::ExportAdaptors);
+    _bus.registerVirtualObject(PATH, this);
 }
 
-void MachineControl::Plug(const QString& section)
+BusReply MachineControl::answer(const BusCall& call)
 {
-    answer([&] { _machine.plug(section); });
+    return Dispatch::answer(call, _object);
 }
 
-void MachineControl::Unplug(const QString& section)
+bool MachineControl::mayControl(const QString& sender) const
 {
-    answer([&] { _machine.unplug(section); });
-}
-
-void MachineControl::Set(const QString& section, const QString& key, const QString& value)
-{
-    answer([&] { _machine.set(section, key, value); });
-}
-
-void MachineControl::answer(const std::function<void()>& operation)
-{
-    try {
-        operation();
-    } catch (const std::runtime_error& error) {
-        sendErrorReply(QStringLiteral("org.vorna.vrudisks.Error.Refused"), QString::fromUtf8(error.what()));
-    }
+    const QDBusReply<uint> user = _bus.interface()->serviceUid(sender);
+    return user.isValid() && (user.value() == 0 || user.value() == geteuid());
 }

@@ -1,32 +1,28 @@
 #pragma once
 
-#include <functional>
-
 #include <QDBusConnection>
-#include <QDBusContext>
-#include <QObject>
+
+#include "provider/BusEndpoint.h"
+#include "provider/MachineObject.h"
 
 class MachineSource;
 
-/// The D-Bus interface org.vorna.vrudisks.Machine, by which tests and `vrudisks plug` reach a made-up
-/// machine. What the machine refuses is answered with the error org.vorna.vrudisks.Error.Refused and its line
-/// for people.
-class MachineControl : public QObject, protected QDBusContext
+/// The D-Bus interface org.vorna.vrudisks.Machine, by which tests and `vrudisks plug` reach a simulated
+/// machine. Only root and the user that the provider runs as may plug, pull and change devices, whatever the
+/// bus permits.
+class MachineControl : public BusEndpoint
 {
     Q_OBJECT
 
 public:
     static const QString PATH;
 
-    MachineControl(MachineSource& machine, QDBusConnection bus);
-
-    // Called by the adaptor that is generated from the interface's file.
-    void Plug(const QString& section);
-    void Unplug(const QString& section);
-    void Set(const QString& section, const QString& key, const QString& value);
+    MachineControl(MachineSource& machine, const QDBusConnection& bus);
 
 private:
-    void answer(const std::function<void()>& operation);
+    BusReply answer(const BusCall& call) override;
+    bool mayControl(const QString& sender) const;
 
-    MachineSource& _machine;
+    MachineObject _object;
+    QDBusConnection _bus;
 };

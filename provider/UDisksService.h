@@ -1,22 +1,18 @@
 #pragma once
 
-#include <optional>
-
 #include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVirtualObject>
 
+#include "provider/BusEndpoint.h"
 #include "provider/DeviceSource.h"
+#include "provider/DeviceTree.h"
 
-class InterfaceDescription;
-
-/// Shows the devices of a source as UDisks 1: the daemon object and one object a device.
+/// Shows the devices of a source on the bus as UDisks 1.
 ///
-/// One object serves every path, straight from the introspection files that the service's proxies are
+/// One endpoint serves every path, straight from the introspection files that the service's proxies are
 /// generated from. Adaptors generated from the same files could not serve what the tests need, a property
 /// that is missing or has a wrong type, and would want a hand-written answer for each of the fifty methods
 /// that are not carried out. Those are answered with the error org.freedesktop.UDisks.Error.NotSupported.
-class UDisksService : public QDBusVirtualObject
+class UDisksService : public BusEndpoint
 {
     Q_OBJECT
 
@@ -26,18 +22,14 @@ public:
     /// Takes the bus name; whether it is this process's now. Clients read the devices from here on.
     bool takeName();
 
-    QString introspect(const QString& path) const override;
-    bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override;
-
 Q_SIGNALS:
     /// The connection to the bus has ended; nothing can be served any more.
     void busLost();
 
 private:
-    QDBusMessage answer(const QDBusMessage& call) const;
-    QDBusMessage answerDaemon(const QDBusMessage& call) const;
+    BusReply answer(const BusCall& call) override;
     void tell(const char* signalName, const QString& objectPath);
 
-    DeviceSource& _source;
+    DeviceTree _tree;
     QDBusConnection _bus;
 };
