@@ -13,6 +13,7 @@
 #include "provider/UDisks2Source.h"
 #include "provider/UDisksService.h"
 #include "service/SignalRelay.h"
+#include "service/StandardStreams.h"
 
 namespace {
 
@@ -104,6 +105,7 @@ int run(const CommandLine& line)
 
 int main(int argc, char** argv)
 {
+    completeStandardStreams();
     // Arguments and file names are UTF-8, as everything on the bus is, whatever the locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     const QCoreApplication application(argc, argv);
