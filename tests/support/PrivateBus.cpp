@@ -1,6 +1,7 @@
 #include "tests/support/PrivateBus.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -12,22 +13,31 @@ namespace {
 
 constexpr const char* ADDRESS_VARIABLE = "DBUS_SYSTEM_BUS_ADDRESS";
 
-std::string writeConfiguration(const std::string& directory)
+std::string writeConfiguration(const std::string& directory, const std::string& rules)
 {
     std::string file = directory + "/bus.conf";
     std::ofstream(file) << "<busconfig><type>system</type><listen>unix:path=" << directory
-                        << "/bus</listen><auth>EXTERNAL</auth><policy context=\"default\">"
-                           "<allow user=\"*\"/><allow own=\"*\"/>"
-                           "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
-                           "</policy></busconfig>";
+                        << "/bus</listen><auth>EXTERNAL</auth>" << rules << "</busconfig>";
     return file;
+}
+
+/// Lets other users reach the bus's socket.
+void open(const std::string& directory)
+{
+    using std::filesystem::perms;
+    std::filesystem::permissions(directory, perms::owner_all | perms::group_exec | perms::others_exec);
 }
 
 } // namespace
 
-PrivateBus::PrivateBus()
+const char* const PrivateBus::EverythingIsPermitted =
+    "<policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
+    "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/></policy>";
+
+PrivateBus::PrivateBus(const std::string& rules)
 {
-    const std::string configuration = writeConfiguration(_directory.path());
+    open(_directory.path());
+    const std::string configuration = writeConfiguration(_directory.path(), rules);
     _daemon = std::make_unique<Process>(std::vector<std::string>{"dbus-daemon", "--nofork", "--print-address",
                                                                  "--config-file", configuration},
                                         _directory.path() + "/output");

@@ -7,8 +7,7 @@
 #include "tests/support/TemporaryDirectory.h"
 
 /// A message bus of a test's own that stands in for the system bus: DBUS_SYSTEM_BUS_ADDRESS names it in this
-/// process and in every process started from it. It permits everything to everybody, and ends with the
-/// object.
+/// process and in every process started from it. Everybody may connect to it, and it ends with the object.
 ///
 /// QDBusConnection::systemBus() connects once a process, on its first use: make the bus before. Where a
 /// static object connects already (DriveManager's proxy), link `test_bus_before_main`, which makes one bus
@@ -16,8 +15,12 @@
 class PrivateBus
 {
 public:
-    /// Throws std::runtime_error when no bus comes up (isAvailable tells beforehand).
-    PrivateBus();
+    /// Every user may do everything.
+    static const char* const EverythingIsPermitted;
+
+    /// `rules` are elements of the bus's configuration. Throws std::runtime_error when no bus comes up
+    /// (isAvailable tells beforehand).
+    explicit PrivateBus(const std::string& rules = EverythingIsPermitted);
     ~PrivateBus();
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
