@@ -26,7 +26,9 @@ QString valueOf(const Probe& probe, const char* name)
 
 Identification identify(const std::string& image)
 {
-    const Descriptor file(open(image.c_str(), O_RDONLY | O_CLOEXEC));
+    // A named pipe would be waited for; like everything else that is no block device and no file it is
+    // refused.
+    const Descriptor file(open(image.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     const Probe probe(blkid_new_probe(), &blkid_free_probe);
     if (!file.isOpen() || blkid_probe_set_device(probe.get(), file.get(), 0, 0) != 0) {
         throw std::system_error(errno, std::generic_category());

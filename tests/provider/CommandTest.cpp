@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 
 #include <gmock/gmock.h>
@@ -5,7 +6,9 @@
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
 #include "tests/support/MachineProvider.h"
+#include "tests/support/WaitFor.h"
 
+namespace fs = std::filesystem;
 using testing::StartsWith;
 
 namespace {
@@ -70,6 +73,25 @@ TEST_F(CommandTest, SaysThatNoProviderAnswers)
         vrudisks({"plug", "stick"}, {{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"}});
     EXPECT_EQ(noBus.status, 3);
     EXPECT_EQ(noBus.output, "vrudisks: no provider answers: there is no system bus\n");
+}
+
+TEST_F(CommandTest, StartsNoProviderByAskingForOne)
+{
+    const TemporaryDirectory directory;
+    const std::string started = directory.path() + "/started";
+    std::ofstream(directory.path() + "/provider.service")
+        << "[D-BUS Service]\nName=org.freedesktop.UDisks\nUser=root\nExec=/bin/touch " << started << "\n";
+    const std::string usualBus = busBeforeMain()->address();
+    {
+        const PrivateBus bus(PrivateBus::EverythingIsPermitted + ("<servicedir>" + directory.path()) +
+                             "</servicedir>");
+        EXPECT_EQ(vrudisks({"plug", "stick"}).status, 3);
+        EXPECT_FALSE(fs::exists(started));
+        // The bus itself would start it.
+        runProgram({"dbus-send", "--system", "--dest=org.freedesktop.UDisks", "/", "org.example.Nothing"});
+        EXPECT_TRUE(waitFor([&] { return fs::exists(started); }));
+    }
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", usualBus.c_str(), 1);
 }
 
 TEST_F(CommandTest, NeedsABusToServe)
