@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <QDBusConnection>
+
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
 #include "tests/support/MachineProvider.h"
@@ -92,6 +94,44 @@ TEST_F(CommandTest, StartsNoProviderByAskingForOne)
         EXPECT_TRUE(waitFor([&] { return fs::exists(started); }));
     }
     setenv("DBUS_SYSTEM_BUS_ADDRESS", usualBus.c_str(), 1);
+}
+
+TEST_F(CommandTest, SaysThatTheProviderServesNoMachine)
+{
+    const QString name = QStringLiteral("org.freedesktop.UDisks");
+    ASSERT_TRUE(QDBusConnection::systemBus().registerService(name));
+    const ProcessResult refused = vrudisks({"plug", "stick"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.output, "vrudisks: the provider that runs serves no made-up machine\n");
+    QDBusConnection::systemBus().unregisterService(name);
+}
+
+TEST_F(CommandTest, SaysHowManyDevicesItIsReadyWith)
+{
+    const struct
+    {
+        const char* machine;
+        const char* line;
+    } table[] = {{"", "vrudisks: ready with 0 devices\n"},
+                 {"[sda]", "vrudisks: ready with 1 device\n"},
+                 {"[sda]\n[sdb]", "vrudisks: ready with 2 devices\n"}};
+    for (const auto& row : table) {
+        MachineProvider provider(row.machine);
+        EXPECT_EQ(provider.process().output(), row.line);
+    }
+}
+
+TEST_F(CommandTest, ReadsFileNamesAndArgumentsAsUtf8WithoutALocale)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.path() + "/ger\xc3\xa4te.ini";
+    std::ofstream(file) << "[st\xc3\xbc\x63k]\nNode = sdb1\nPlugged = false\n";
+    const Process::Environment noLocale{{"LC_ALL", "C"}};
+    Process provider({MachineProvider::PROGRAM, "--machine", file}, directory.path() + "/output", noLocale);
+    ASSERT_TRUE(waitFor([&] { return provider.output() == "vrudisks: ready with 0 devices\n"; }))
+        << provider.output();
+    EXPECT_EQ(vrudisks({"plug", "st\xc3\xbc\x63k"}, noLocale).status, 0);
+    EXPECT_THAT(UDisksClient::enumerate(), testing::ElementsAre("sdb1"));
 }
 
 TEST_F(CommandTest, NeedsABusToServe)

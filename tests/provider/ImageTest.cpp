@@ -118,6 +118,7 @@ TEST_F(ImageTest, AttachesTheImageUnderItsNode)
     const std::string file = ext4();
     const MachineProvider provider("[sdb1]\nImage = " + file + "\n");
     EXPECT_TRUE(isBlockDevice("/dev/sdb1"));
+    EXPECT_EQ(fs::status("/dev/sdb1").permissions() & fs::perms::others_all, fs::perms::none);
     EXPECT_TRUE(isAttached(file));
     EXPECT_EQ(deviceIn(callDaemon("FindDeviceByMajorMinor", {qlonglong(major(numberOf("/dev/sdb1"))),
                                                              qlonglong(minor(numberOf("/dev/sdb1")))})),
@@ -129,6 +130,7 @@ TEST_F(ImageTest, RecognisesExt4)
     const MachineProvider provider("[sdb1]\nImage = " + ext4("MY DATA") + "\n");
     EXPECT_EQ(text("sdb1", "IdType").toStdString(), "ext4");
     EXPECT_EQ(text("sdb1", "IdUsage").toStdString(), "filesystem");
+    EXPECT_EQ(text("sdb1", "IdVersion").toStdString(), "1.0");
     EXPECT_EQ(text("sdb1", "IdLabel").toStdString(), "MY DATA");
     EXPECT_EQ(text("sdb1", "IdUuid").toStdString(), "01234567-89ab-cdef-0123-456789abcdef");
     EXPECT_EQ(property("sdb1", "DeviceSize"), QVariant(qulonglong(16 << 20)));
@@ -188,6 +190,7 @@ TEST_F(ImageTest, ShowsEachChangeOfTheMountTableAtTheNextRead)
         {
             const Mount mounted("/dev/sdb1", "/tmp/mounts/here", "ext4");
             ASSERT_THAT(mountPaths("sdb1"), ElementsAre(QStringLiteral("/tmp/mounts/here")));
+            ASSERT_EQ(property("sdb1", "DeviceIsMounted"), QVariant(true));
             const Mount moved("/tmp/mounts/here", "/tmp/mounts/moved", nullptr, MS_MOVE);
             ASSERT_THAT(mountPaths("sdb1"), ElementsAre(QStringLiteral("/tmp/mounts/moved")));
         }
@@ -203,6 +206,25 @@ TEST_F(ImageTest, FollowsAMountPointWhoseParentIsRenamed)
     fs::rename("/tmp/before", "/tmp/after");
     EXPECT_THAT(mountPaths("sdb1"), ElementsAre(QStringLiteral("/tmp/after/here")));
     fs::rename("/tmp/after", "/tmp/before");
+}
+
+TEST_F(ImageTest, StaysTheDeviceThatItIsWhenAPropertyChanges)
+{
+    MachineProvider provider("[disk]\nNode = nvme0n1p1\nImage = " + ext4("OLD") + "\n");
+    const std::vector<const char*> kept{"DeviceMajor", "DeviceMinor", "DeviceSize", "IdType", "IdUuid"};
+    QVariantList before;
+    QVariantList after;
+    for (const char* name : kept) {
+        before += property("nvme0n1p1", name);
+    }
+    const Mount mounted("/dev/nvme0n1p1", "/tmp/mounts/disk", "ext4");
+    provider.set("disk", "IdLabel", "NEW");
+    for (const char* name : kept) {
+        after += property("nvme0n1p1", name);
+    }
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(text("nvme0n1p1", "IdLabel").toStdString(), "NEW");
+    EXPECT_THAT(mountPaths("nvme0n1p1"), ElementsAre(QStringLiteral("/tmp/mounts/disk")));
 }
 
 TEST_F(ImageTest, DoesNotCountABindOfAPart)
@@ -255,8 +277,8 @@ TEST_F(ImageTest, KeepsWhatIsMountedWhenItIsPulled)
 TEST_F(ImageTest, LeavesNothingBehindWhenItIsEnded)
 {
     const std::string file = ext4();
-    MachineProvider provider("[lv]\nNode = mapper/vg-lv\nImage = " + file + "\n");
-    EXPECT_TRUE(isBlockDevice("/dev/mapper/vg-lv"));
+    MachineProvider provider("[lv]\nNode = mapper/deep/vg-lv\nImage = " + file + "\n");
+    EXPECT_TRUE(isBlockDevice("/dev/mapper/deep/vg-lv"));
     provider.process().send(SIGTERM);
     EXPECT_EQ(provider.process().waitForEnd(), 0);
     EXPECT_FALSE(fs::exists("/dev/mapper"));
@@ -324,5 +346,11 @@ TEST_F(ImageTest, RemovesNoNodeThatSomebodyElseMade)
     std::ofstream("/dev/sdb1") << "mine";
     provider.unplug("stick");
     EXPECT_TRUE(fs::exists("/dev/sdb1"));
+    unlink("/dev/sdb1");
+    provider.plug("stick");
+    unlink("/dev/sdb1");
+    ASSERT_EQ(mknod("/dev/sdb1", S_IFBLK | 0600, makedev(7, 9999)), 0);
+    provider.unplug("stick");
+    EXPECT_TRUE(isBlockDevice("/dev/sdb1"));
     unlink("/dev/sdb1");
 }

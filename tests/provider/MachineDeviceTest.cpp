@@ -68,7 +68,9 @@ TEST(MachineDeviceTest, ShowsAPartitionWithWhatItsImageHolds)
         {"PartitionType", QStringLiteral("0x07")},
         {"PartitionNumber", 2},
         {"PartitionFlags", QStringList()},
+        {"PartitionSize", qulonglong(1048576)},
         {"DeviceIsPartitionTable", false},
+        {"DeviceIsLuks", false},
     };
     for (const auto& row : table) {
         EXPECT_EQ(shown(device, row.property), row.value) << row.property;
@@ -96,6 +98,40 @@ TEST(MachineDeviceTest, HasNoMediumWithoutAnImage)
     EXPECT_EQ(shown(device, "DeviceBlockSize"), QVariant(qulonglong(0)));
     EXPECT_EQ(shown(device, "DeviceIsMediaAvailable"), QVariant(false));
     EXPECT_EQ(shown(device, "DeviceIsMounted"), QVariant(false));
+    EXPECT_EQ(shown(machineDevice(section("sda1", true), {}, 0), "DeviceBlockSize"),
+              QVariant(qulonglong(512)));
+}
+
+TEST(MachineDeviceTest, KnowsExactlyThesePropertiesOfADisk)
+{
+    Identification content;
+    content.usage = QStringLiteral("crypto");
+    content.type = QStringLiteral("crypto_LUKS");
+    content.version = QStringLiteral("2");
+    content.label = QStringLiteral("L");
+    content.size = 4096;
+    const QString file = QStringLiteral("/dev/sdc");
+    const QVariantMap expected{
+        {QStringLiteral("DeviceFile"), file},
+        {QStringLiteral("DeviceFilePresentation"), file},
+        {QStringLiteral("DeviceMajor"), qlonglong(8)},
+        {QStringLiteral("DeviceMinor"), qlonglong(32)},
+        {QStringLiteral("DeviceSize"), qulonglong(4096)},
+        {QStringLiteral("DeviceBlockSize"), qulonglong(512)},
+        {QStringLiteral("DeviceIsDrive"), true},
+        {QStringLiteral("DeviceIsPartition"), false},
+        {QStringLiteral("DeviceIsSystemInternal"), false},
+        {QStringLiteral("DeviceIsMediaAvailable"), true},
+        {QStringLiteral("DeviceIsLuks"), true},
+        {QStringLiteral("DeviceIsPartitionTable"), false},
+        {QStringLiteral("PartitionTableScheme"), QString()},
+        {QStringLiteral("IdUsage"), QStringLiteral("crypto")},
+        {QStringLiteral("IdType"), QStringLiteral("crypto_LUKS")},
+        {QStringLiteral("IdVersion"), QStringLiteral("2")},
+        {QStringLiteral("IdLabel"), QStringLiteral("L")},
+        {QStringLiteral("IdUuid"), QString()},
+    };
+    EXPECT_EQ(machineDevice(section("sdc", false), content, makedev(7, 2)).properties, expected);
 }
 
 TEST(MachineDeviceTest, ShowsDevicesThatAreNoScsiDisksUnderTheLoopDevicesNumber)

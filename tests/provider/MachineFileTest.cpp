@@ -71,6 +71,19 @@ TEST(MachineFileTest, LetsANodeBeUsedTwiceIfOnlyOneIsPluggedIn)
     EXPECT_EQ(MachineFile::parse("[a]\nNode=sdb1\n[b]\nNode=sdb1\nPlugged=false\n", "m").size(), 2U);
 }
 
+TEST(MachineFileTest, LetsANodeBeUsedTwiceWhicheverIsPluggedIn)
+{
+    EXPECT_EQ(MachineFile::parse("[a]\nNode=sdb1\nPlugged=false\n[b]\nNode=sdb1\n", "m").size(), 2U);
+}
+
+TEST(MachineFileTest, GivesAMissingPropertyBackWithItsValue)
+{
+    MachineSection section = only("[a]\nIdUuid:missing=");
+    MachineFile::setProperty(section, QStringLiteral("IdUuid"), "1-2");
+    EXPECT_TRUE(section.missing.isEmpty());
+    EXPECT_EQ(section.properties[QStringLiteral("IdUuid")], QVariant(QStringLiteral("1-2")));
+}
+
 TEST(MachineFileTest, IsAnEmptyMachineWithoutSections)
 {
     EXPECT_TRUE(MachineFile::parse("; nothing\n", "m").empty());

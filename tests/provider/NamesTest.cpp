@@ -31,19 +31,12 @@ TEST(NodeNameTest, TellsPartitionsFromDisks)
         const char* disk;
         int partition;
     } table[] = {
-        {"sda", "sda", 0},
-        {"sda1", "sda", 1},
-        {"sdaa12", "sdaa", 12},
-        {"vdb2", "vdb", 2},
-        {"nvme0n1", "nvme0n1", 0},
-        {"nvme0n1p3", "nvme0n1", 3},
-        {"mmcblk0", "mmcblk0", 0},
-        {"mmcblk0p2", "mmcblk0", 2},
-        {"mmcblk0boot0", "mmcblk0boot0", 0},
-        {"md127p1", "md127", 1},
-        {"sr0", "sr0", 0},
-        {"dm-0", "dm-0", 0},
-        {"mapper/vg-lv1", "mapper/vg-lv1", 0},
+        {"sda", "sda", 0},         {"sda1", "sda", 1},          {"sdaa12", "sdaa", 12},
+        {"vdb2", "vdb", 2},        {"nvme0n1", "nvme0n1", 0},   {"nvme0n1p3", "nvme0n1", 3},
+        {"mmcblk0", "mmcblk0", 0}, {"mmcblk0p2", "mmcblk0", 2}, {"mmcblk0boot0", "mmcblk0boot0", 0},
+        {"md127p1", "md127", 1},   {"hda2", "hda", 2},          {"xvda1", "xvda", 1},
+        {"loop0", "loop0", 0},     {"loop0p1", "loop0", 1},     {"nbd3p2", "nbd3", 2},
+        {"sr0", "sr0", 0},         {"dm-0", "dm-0", 0},         {"mapper/vg-lv1", "mapper/vg-lv1", 0},
     };
     for (const auto& row : table) {
         const NodeName node(QString::fromLatin1(row.name));
