@@ -103,9 +103,11 @@ QByteArray read(const QString& path)
         return {};
     }
     QByteArray content = file.read(SizeLimit + 1);
+    if (content.size() > SizeLimit) {
+        return {};
+    }
     content.replace('\\', "");
-    const bool isText = content.size() <= SizeLimit && !carriesSerialisedObjects(content);
-    return isText ? content : QByteArray();
+    return carriesSerialisedObjects(content) ? QByteArray() : content;
 }
 
 void replace(const QString& path, const QByteArray& content)

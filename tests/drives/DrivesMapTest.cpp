@@ -96,13 +96,29 @@ TEST_F(DrivesMapTest, IsEmptyWhenItCannotBeRead)
     EXPECT_EQ(read("."), QByteArray());
 }
 
-TEST_F(DrivesMapTest, IsEmptyWhenItIsTooLargeForAMap)
+struct SizeRow
 {
-    const std::size_t limit = 4194304;
-    write("fits", std::string(limit, 'x'));
-    write("large", std::string(limit + 1, 'x'));
-    EXPECT_EQ(read("fits").size(), static_cast<int>(limit));
-    EXPECT_EQ(read("large"), QByteArray());
+    std::size_t size; ///< of the file
+    std::size_t backslashes;
+    bool isMap;
+};
+
+TEST_F(DrivesMapTest, IsEmptyWhenItsFileIsTooLargeForAMapWhateverTheBackslashes)
+{
+    constexpr std::size_t Limit = 4194304;
+    for (const SizeRow& row : {SizeRow{Limit - 1, 0, true},
+                               {Limit, 0, true},
+                               {Limit, 1, true},
+                               {Limit, Limit / 2, true},
+                               {Limit + 1, 0, false},
+                               {Limit + 1, 1, false},
+                               {Limit + 1, Limit + 1, false},
+                               {Limit * 3 / 2, 1, false},
+                               {Limit * 2, Limit + 1, false}}) {
+        write("map", std::string(row.backslashes, '\\') + std::string(row.size - row.backslashes, 'x'));
+        const std::size_t left = row.isMap ? row.size - row.backslashes : 0;
+        EXPECT_EQ(read("map"), QByteArray(static_cast<int>(left), 'x')) << row.size << " " << row.backslashes;
+    }
 }
 
 TEST_F(DrivesMapTest, IsEmptyWhenItCarriesSerialisedObjects)
