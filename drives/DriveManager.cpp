@@ -58,15 +58,6 @@ QString labelOrUuid(const DeviceProperties& device)
     return label.isEmpty() ? device.text("IdUuid") : label;
 }
 
-/// The result is ignored: a directory that exists is used as it is, and where none can be made the mount says
-/// why.
-void create(const MountDirectory& directory)
-{
-    if (!directory.name.isEmpty()) {
-        QDir::root().mkdir(directory.path());
-    }
-}
-
 /// Why nothing is mounted at `directory`, as an error number; 0 when nothing speaks against it. A symbolic
 /// link there can come from a medium without a name that lies over the root, and would lead out of it.
 int refusal(const MountDirectory& directory)
@@ -119,29 +110,6 @@ QString letterByItself(const DeviceProperties& device, const MountDirectory& tem
     }
     return DriveLetters::nextFree(runningLetter,
                                   [&](const QString& letter) { return finalRoot.exists(letter); });
-}
-
-/// Moves the mount at `from` to `to`; whether it now stands there. Kept: a failure is silent, and the
-/// partition stays where it is.
-bool move(const MountDirectory& from, const MountDirectory& to)
-{
-    if (from.name.isEmpty() || refusal(from) != 0 || refusal(to) != 0) {
-        return false;
-    }
-    create(to);
-    if (MountCalls::moveMount(from.path(), to.path()).succeeded()) {
-        return true;
-    }
-    QDir::root().rmdir(to.path());
-    return false;
-}
-
-void removeTemporaryDirectory(const QString& root, const QString& deviceFile)
-{
-    const MountDirectory temporary = MountPolicy::directoryForNode(root, deviceFile);
-    if (temporary.isAllowed && !temporary.name.isEmpty()) {
-        QDir::root().rmdir(temporary.path());
-    }
 }
 
 /// A symbolic link can come from a medium that lies over the root, and would lead out of it.
@@ -219,7 +187,7 @@ void DriveManager::startUp()
         }
         // Kept: "%2" without a "%1"; the framework fills it all the same.
         LogText::debug(QStringLiteral("--move  ->  %2").arg(letter));
-        removeTemporaryDirectory(_s_sTemp, device.text("DeviceFile"));
+        removeTemporaryDirectory(device.text("DeviceFile"));
         if (MountPolicy::isNtfs(device.text("IdType"))) {
             remountPath(target.path(), QString());
         }
@@ -270,7 +238,7 @@ void DriveManager::_slot_addDevice(const QDBusObjectPath& path)
         reportFailedMount({-1, error});
         return;
     }
-    create(directory);
+    (external ? _final : _temporary).makeDirectory(directory.path());
     // Kept: an NTFS file system is never entered in the table, so that pulling it leaves it mounted until the
     // end.
     const bool ntfs = MountPolicy::isNtfs(type);
@@ -296,8 +264,27 @@ void DriveManager::_slot_removeDevice(const QDBusObjectPath& path)
         LogText::warning(QStringLiteral("ERROR umount2: %1").arg(outcome.errorText()));
         return;
     }
-    if (directory != _final.path()) {
-        QDir::root().rmdir(directory);
-    }
+    _final.removeDirectory(directory);
     _mapMounted.erase(entry);
+}
+
+bool DriveManager::move(const MountDirectory& from, const MountDirectory& to)
+{
+    if (from.name.isEmpty() || refusal(from) != 0 || refusal(to) != 0) {
+        return false;
+    }
+    _final.makeDirectory(to.path());
+    if (MountCalls::moveMount(from.path(), to.path()).succeeded()) {
+        return true;
+    }
+    _final.removeDirectory(to.path());
+    return false;
+}
+
+void DriveManager::removeTemporaryDirectory(const QString& deviceFile)
+{
+    const MountDirectory temporary = MountPolicy::directoryForNode(_s_sTemp, deviceFile);
+    if (temporary.isAllowed) {
+        _temporary.removeDirectory(temporary.path());
+    }
 }

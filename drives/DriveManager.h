@@ -7,6 +7,7 @@
 #include <QString>
 
 #include "QDBusUDisksProxy.h"
+#include "drives/MountPolicy.h"
 #include "drives/MountRoot.h"
 
 /// Owns the machine's mounted file systems: mounts what UDisks reports, gives the partitions of the machine's
@@ -47,6 +48,11 @@ private Q_SLOTS:
 
 private:
     DriveManager();
+
+    /// Moves the mount at `from` to `to`; whether it now stands there. Kept: a failure is silent, and the
+    /// partition stays where it is.
+    bool move(const MountPolicy::MountDirectory& from, const MountPolicy::MountDirectory& to);
+    void removeTemporaryDirectory(const QString& deviceFile);
 
     static QDBusUDisksProxy _s_udisks;
     static const QString _s_sRoot;

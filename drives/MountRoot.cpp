@@ -35,7 +35,22 @@ MountRoot::MountRoot(const QString& path)
 void MountRoot::create()
 {
     QDir::root().mkdir(_path);
-    _created = look();
+    _created = look(_path);
+}
+
+void MountRoot::makeDirectory(const QString& directory)
+{
+    if (directory != _path && QDir::root().mkdir(directory)) {
+        _made.insert(look(directory).identity);
+    }
+}
+
+void MountRoot::removeDirectory(const QString& directory)
+{
+    const Identity identity = look(directory).identity;
+    if (directory != _path && QDir::root().rmdir(directory)) {
+        _made.erase(identity);
+    }
 }
 
 void MountRoot::takeDown() const
@@ -52,13 +67,12 @@ void MountRoot::takeDown() const
     }
 }
 
-/// The directories on what lies over the root are not removed, and no link among them is followed: they
-/// belong to the medium.
+/// No link on what lies over the root is followed: it belongs to the medium.
 bool MountRoot::uncover() const
 {
     while (isCovered()) {
         for (const QString& directory : directoriesBelow(_path, Directories | QDir::NoSymLinks)) {
-            MountCalls::unmount(directory);
+            takeDownOnMedium(directory);
         }
         if (!MountCalls::unmount(_path).succeeded()) {
             return false;
@@ -67,21 +81,37 @@ bool MountRoot::uncover() const
     return true;
 }
 
+void MountRoot::takeDownOnMedium(const QString& directory) const
+{
+    const Place place = look(directory);
+    if (place.isMountRoot || isMade(place)) {
+        LogText::debug(directory);
+        MountCalls::unmount(directory);
+    }
+    if (isMade(look(directory))) {
+        QDir::root().rmdir(directory);
+    }
+}
+
 bool MountRoot::isCovered() const
 {
-    const Place now = look();
-    const bool isWhatItWas =
-        now.mountId == _created.mountId && now.device == _created.device && now.inode == _created.inode;
+    const Place now = look(_path);
+    const bool isWhatItWas = now.mountId == _created.mountId && now.identity == _created.identity;
     return now.isMountRoot && !isWhatItWas;
+}
+
+bool MountRoot::isMade(const Place& place) const
+{
+    return _made.count(place.identity) != 0;
 }
 
 /// A place that cannot be looked at, because the driver of what is mounted there has died, is a place of its
 /// own.
-MountRoot::Place MountRoot::look() const
+MountRoot::Place MountRoot::look(const QString& path)
 {
     struct statx about = {};
-    const QByteArray path = QFile::encodeName(_path);
-    if (statx(AT_FDCWD, path.constData(), AT_STATX_DONT_SYNC, STATX_INO | STATX_MNT_ID, &about) != 0) {
+    const QByteArray name = QFile::encodeName(path);
+    if (statx(AT_FDCWD, name.constData(), AT_STATX_DONT_SYNC, STATX_INO | STATX_MNT_ID, &about) != 0) {
         return {};
     }
     const bool tellsMountRoots = (about.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0;
@@ -89,7 +119,6 @@ MountRoot::Place MountRoot::look() const
     Place place;
     place.isMountRoot = !tellsMountRoots || (about.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
     place.mountId = tellsMounts ? about.stx_mnt_id : 0;
-    place.device = makedev(about.stx_dev_major, about.stx_dev_minor);
-    place.inode = about.stx_ino;
+    place.identity = {makedev(about.stx_dev_major, about.stx_dev_minor), about.stx_ino};
     return place;
 }

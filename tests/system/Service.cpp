@@ -108,4 +108,15 @@ long count(const std::string& message)
     });
 }
 
+std::vector<std::string> directoriesTakenDown()
+{
+    std::vector<std::string> result;
+    for (const std::string& message : messages(Vorna::Debug)) {
+        if (message.compare(0, 2, "\"/") == 0) {
+            result.push_back(message.substr(1, message.size() - 2));
+        }
+    }
+    return result;
+}
+
 } // namespace ServiceLog

@@ -71,5 +71,7 @@ inline bool tells(const std::string& text)
 }
 /// How often the log holds the message.
 long count(const std::string& message);
+/// What the stop writes: the directories in the order in which it takes them down.
+std::vector<std::string> directoriesTakenDown();
 
 } // namespace ServiceLog

@@ -16,18 +16,6 @@ using testing::IsEmpty;
 
 namespace {
 
-/// What shutdown writes: the directories in the order in which it takes them down.
-std::vector<std::string> directoriesTakenDown()
-{
-    std::vector<std::string> result;
-    for (const std::string& message : ServiceLog::messages(Vorna::Debug)) {
-        if (message.compare(0, 2, "\"/") == 0) {
-            result.push_back(message.substr(1, message.size() - 2));
-        }
-    }
-    return result;
-}
-
 std::vector<std::string> inDirectoryOrder(const std::string& root)
 {
     std::vector<std::string> result;
@@ -59,7 +47,7 @@ TEST_F(ShutdownTest, TakesDownWhateverIsMountedBelowTheRootsInDirectoryOrder)
     ASSERT_EQ(expected.size(), 7U);
 
     stop();
-    EXPECT_EQ(directoriesTakenDown(), expected);
+    EXPECT_EQ(ServiceLog::directoriesTakenDown(), expected);
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
     EXPECT_THAT(Files::namesIn("/mnt"), IsEmpty());
@@ -151,7 +139,7 @@ TEST_F(ShutdownTest, KeepsARootThatWasAMountBefore)
     EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
     stop();
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media"));
-    EXPECT_EQ(directoriesTakenDown(), std::vector<std::string>{"/media/C:"});
+    EXPECT_EQ(ServiceLog::directoriesTakenDown(), std::vector<std::string>{"/media/C:"});
 }
 
 TEST_F(ShutdownTest, LeavesTheContentOfEveryFileSystemAsItWas)
