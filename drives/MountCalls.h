@@ -32,7 +32,8 @@ Outcome remount(const QString& device, const QString& directory, unsigned long f
 Outcome unmount(const QString& directory);
 /// umount2(2) with MNT_FORCE.
 Outcome forceUnmount(const QString& directory);
-/// system(3). The value is the raw wait status, or -1 when no shell could be run.
+/// system(3), called in a process of its own, so that a signal that arrives meanwhile is the service's: it is
+/// handled when the command has ended. The value is the raw wait status, or -1 when no shell could be run.
 Outcome run(const ShellCommand& command);
 
 } // namespace MountCalls
