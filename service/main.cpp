@@ -7,6 +7,7 @@
 
 #include "drives/DriveManager.h"
 #include "server/ServerSocketThread.h"
+#include "service/BrokenPipe.h"
 #include "service/LogOutput.h"
 #include "service/LogText.h"
 #include "service/SignalRelay.h"
@@ -129,6 +130,7 @@ int main(int argc, char** argv)
     if (!QFile::exists(pidFile())) {
         return launch(arguments);
     }
+    makeBrokenPipesErrors();
     const SignalRelay signalRelay;
     readArguments(arguments);
     VORNA_TRACE();

@@ -37,6 +37,12 @@ CommandClient::~CommandClient()
     close(_socket);
 }
 
+void CommandClient::enlargeBuffer() const
+{
+    const int size = 212992; // the kernel doubles it
+    setsockopt(_socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
+}
+
 void CommandClient::send(const std::string& bytes) const
 {
     const ssize_t sent = ::send(_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);

@@ -12,6 +12,8 @@ public:
     CommandClient(const CommandClient&) = delete;
     CommandClient& operator=(const CommandClient&) = delete;
 
+    /// From here on it can send requests whose reply the service's own buffer does not take.
+    void enlargeBuffer() const;
     void send(const std::string& bytes) const;
     void endRequest() const;
     /// Reads until the service closes the connection.

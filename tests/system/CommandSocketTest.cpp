@@ -29,15 +29,15 @@ std::size_t descriptorsOf(pid_t process)
     return Files::namesIn("/proc/" + std::to_string(process) + "/fd").size();
 }
 
-/// Whether one of its threads is at opening a file.
-bool isOpeningAFile(pid_t process)
+/// Whether one of its threads is at this system call.
+bool isAtCall(pid_t process, long number)
 {
     const std::string threads = "/proc/" + std::to_string(process) + "/task/";
     const std::vector<std::string> names = Files::namesIn(threads);
     return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
         long call = -1;
         std::istringstream(Files::content(threads + name + "/syscall")) >> call;
-        return call == SYS_openat;
+        return call == number;
     });
 }
 
@@ -184,6 +184,21 @@ TEST_F(CommandSocketTest, ClientThatFillsTheBufferAndWaitsDoesNotHoldTheStop)
     }
 }
 
+TEST_F(CommandSocketTest, ClientThatNeverReadsItsReplyDoesNotHoldTheStop)
+{
+    removeBus(); // with one, its library ignores the signal of the broken pipe
+    start();
+    const CommandClient client;
+    client.enlargeBuffer();
+    service().send(SIGSTOP); // or it might read faster than this writes, and take a part for the request
+    client.send(requestOf(300000));
+    client.endRequest();
+    service().send(SIGCONT);
+    expectUnknownCommand();
+    ASSERT_TRUE(waitFor([this] { return isAtCall(service().id(), SYS_sendto); }));
+    expectCleanStop();
+}
+
 TEST_F(CommandSocketTest, QueuedClientsDoNotHoldTheStop)
 {
     start();
@@ -219,7 +234,7 @@ TEST_F(CommandSocketTest, LogThatTakesNoLineDoesNotHoldTheStop)
     EXPECT_EQ(mkfifo(Paths::Log.c_str(), S_IRUSR | S_IWUSR), 0); // nobody reads it
     const CommandClient client;
     client.send("hello");
-    EXPECT_TRUE(waitFor([this] { return isOpeningAFile(service().id()); }));
+    EXPECT_TRUE(waitFor([this] { return isAtCall(service().id(), SYS_openat); }));
     expectCleanStop();
     fs::remove(Paths::Log);
 }
