@@ -70,6 +70,9 @@ constexpr Row Rows[] = {
 
 void write(const DeviceProperties& device)
 {
+    if (!LogText::takesDebug()) {
+        return;
+    }
     for (const Row& row : Rows) {
         const QString value = row.form(device, row.property);
         if (StopRequest::isMade()) {

@@ -2,6 +2,8 @@
 
 #include <QDebug>
 
+#include "service/Trace.h"
+
 namespace LogText {
 namespace {
 
@@ -56,6 +58,11 @@ QString list(const QStringList& items)
         quotedItems += quoted(item);
     }
     return QLatin1Char('(') + quotedItems.join(QStringLiteral(", ")) + QLatin1Char(')');
+}
+
+bool takesDebug()
+{
+    return g_dbgR->loglevel() >= Vorna::Debug;
 }
 
 void debug(const QString& text)

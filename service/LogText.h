@@ -17,6 +17,9 @@ QString quoted(const QString& text);
 /// The list form: an opening parenthesis, the quoted items separated by ", ", a closing parenthesis.
 QString list(const QStringList& items);
 
+/// Whether a message at debug level would be written, for those whose values are costly to find out.
+bool takesDebug();
+
 /// Writes `text` quoted at debug level.
 void debug(const QString& text);
 /// Writes `text` quoted at warning level.

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "tests/bench/AdditionClock.h"
-#include "tests/bench/BusTraffic.h"
+#include "tests/support/BusTraffic.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/MountWatch.h"
 #include "tests/bench/RoundTrip.h"

@@ -6,7 +6,7 @@
 
 #include <sys/stat.h>
 
-#include "tests/bench/BusTraffic.h"
+#include "tests/support/BusTraffic.h"
 #include "tests/bench/Exchange.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/ProcessFigures.h"

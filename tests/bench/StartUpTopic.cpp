@@ -5,7 +5,7 @@
 
 #include <sys/mount.h>
 
-#include "tests/bench/BusTraffic.h"
+#include "tests/support/BusTraffic.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/MountWatch.h"
 #include "tests/bench/Programs.h"

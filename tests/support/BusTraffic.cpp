@@ -1,4 +1,4 @@
-#include "tests/bench/BusTraffic.h"
+#include "tests/support/BusTraffic.h"
 
 #include <sstream>
 #include <stdexcept>
