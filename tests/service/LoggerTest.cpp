@@ -188,6 +188,13 @@ TEST_F(LoggerTest, MakesTheDirectoriesOfItsFileForTheOwnerOnly)
     EXPECT_FALSE(std::filesystem::exists(path("x/y/z.log")));
 }
 
+TEST_F(LoggerTest, TakesASlashAtTheEndOfItsPathForNoDirectory)
+{
+    const Logger logger(path("x/y/"), Vorna::Warning, Large);
+    EXPECT_TRUE(std::filesystem::is_directory(path("x")));
+    EXPECT_FALSE(std::filesystem::exists(path("x/y")));
+}
+
 TEST_F(LoggerTest, KeepsLinesWholeWhenTwoThreadsWriteAndRotate)
 {
     const Logger logger(file, Vorna::Warning, 4000);

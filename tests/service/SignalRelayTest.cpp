@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <csignal>
 #include <vector>
 
@@ -32,6 +33,9 @@ TEST(SignalRelay, SurvivesMoreSignalsThanThePipeHolds)
     for (int i = 0; i < 70000; ++i) {
         raise(SIGTERM);
     }
+    errno = ENOENT;
+    raise(SIGTERM);
+    EXPECT_EQ(errno, ENOENT) << "a handler leaves the errno of what it interrupts";
     bool caught = false;
     QObject::connect(&relay, &SignalRelay::caught, [&](int) { caught = true; });
     EXPECT_TRUE(waitFor([&] { return caught; }));
