@@ -102,6 +102,25 @@ INSTANTIATE_TEST_SUITE_P(
         FormatRow{"BrokenLines", "[d\nPartition1\n=\n]]\n[\nPartition2=D:\n", {}}),
     [](const auto& row) { return row.param.story; });
 
+TEST(WindowsDrives, ReadsEveryPartitionOfEverySectionOfALargeMap)
+{
+    std::string map;
+    std::vector<std::string> expected;
+    for (int disk = 10; disk < 60; ++disk) {
+        map += "[disk" + std::to_string(disk) + "]\nSerial=S" + std::to_string(disk) + "\n";
+        for (int number = 1; number <= 12; ++number) {
+            const std::string letter = std::string(1, static_cast<char>('B' + number)) + ":";
+            const int volumeId = disk * 100 + number;
+            map += "Partition" + std::to_string(number) + "=[0000" + std::to_string(volumeId) + "]" + letter +
+                   "\n";
+            expected.push_back(std::to_string(number) + " " +
+                               std::to_string(std::stoi(std::to_string(volumeId), nullptr, 16)) + " S" +
+                               std::to_string(disk) + " " + letter);
+        }
+    }
+    EXPECT_EQ(partitionsOf(map), expected);
+}
+
 TEST(WindowsDrives, WritesEachPartitionToTheLog)
 {
     EXPECT_THAT(partitionsOf("[d]\nSerial=S%201\nPartition1=\"[0000002A]C:;E:\"\n"), testing::SizeIs(1));
