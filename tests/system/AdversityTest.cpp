@@ -47,6 +47,15 @@ long dumpedLines()
     });
 }
 
+/// How often the main thread of a process has waited for something.
+long timesAsleep(pid_t process)
+{
+    const std::string word = "\nvoluntary_ctxt_switches:\t";
+    const std::string status = Files::content("/proc/" + std::to_string(process) + "/status");
+    const std::size_t at = status.find(word);
+    return at == std::string::npos ? 0 : std::stol(status.substr(at + word.size()));
+}
+
 std::string noise(std::size_t size)
 {
     std::string result;
@@ -131,6 +140,20 @@ TEST_F(AdversityTest, UDisksThatHangsDuringStartUpDoesNotHoldTheService)
     EXPECT_EQ(service.stop(SIGTERM, 10s), 0);
     EXPECT_FALSE(fs::exists(Paths::PidFile));
     machine.thawUDisks();
+}
+
+TEST_F(AdversityTest, UDisksThatHangsDuringStartUpIsLookedAtAgainAllTheTime)
+{
+    constexpr long Looks = 100; // which takes a second
+    machine.start();
+    machine.freezeUDisks();
+    Service service;
+    ASSERT_TRUE(ServiceLog::shows("\"Set default log level: 10\""));
+    const long before = timesAsleep(service.id());
+    EXPECT_TRUE(waitFor([&] { return timesAsleep(service.id()) > before + Looks; }));
+    machine.thawUDisks();
+    EXPECT_TRUE(service.isReady(1s));
+    EXPECT_EQ(service.stop(SIGTERM), 0);
 }
 
 TEST_F(AdversityTest, UDisksThatIsSlowDuringStartUpIsAskedNothingAfterAStop)

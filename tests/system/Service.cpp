@@ -12,9 +12,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<std::string> commandLine(const std::vector<std::string>& arguments)
+std::vector<std::string> commandLine(const std::vector<std::string>& starter,
+                                     const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> result = {Service::program()};
+    std::vector<std::string> result = starter;
+    result.push_back(Service::program());
     result.insert(result.end(), arguments.begin(), arguments.end());
     return result;
 }
@@ -43,8 +45,9 @@ std::string withoutLastBlank(const std::string& message)
 
 } // namespace
 
-Service::Service(const std::vector<std::string>& arguments, const Process::Environment& environment)
-    : _process(commandLine(arguments), outputFileAfterPidFile(), environment)
+Service::Service(const std::vector<std::string>& arguments, const Process::Environment& environment,
+                 const std::vector<std::string>& starter)
+    : _process(commandLine(starter, arguments), outputFileAfterPidFile(), environment)
 {
 }
 

@@ -24,8 +24,10 @@ inline const std::string CommandSocket = "/tmp/vrmount";
 class Service
 {
 public:
+    /// `starter` is a command that runs what follows it in its own place, such as `env -i`.
     explicit Service(const std::vector<std::string>& arguments = {"log=10"},
-                     const Process::Environment& environment = {});
+                     const Process::Environment& environment = {},
+                     const std::vector<std::string>& starter = {});
 
     pid_t id() const { return _process.id(); }
     bool isRunning() { return _process.isRunning(); }

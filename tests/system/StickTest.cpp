@@ -80,6 +80,28 @@ TEST_F(StickTest, CanBePluggedAgain)
     stop();
 }
 
+TEST_F(StickTest, IsAnnouncedAndRemovedExactlyOnceWhenEverythingHasSettled)
+{
+    machine.addUnplugged("sdb1", Images::ext4("stick", "STICK"));
+    machine.addUnplugged("sdc1", Images::ext4("other", "OTHER"));
+    start();
+    for (const char* node : {"sdb1", "sdc1"}) {
+        machine.plug(node);
+        EXPECT_TRUE(ServiceLog::tells(std::string("Device to add: ") + objectPath(node)));
+    }
+    for (const char* node : {"sdb1", "sdc1"}) {
+        pull(node);
+    }
+    stop(); // what is still on its way is in the log by then
+    for (const char* node : {"sdb1", "sdc1"}) {
+        EXPECT_EQ(ServiceLog::count(ServiceLog::quoted("Device to add: " + objectPath(node))), 1);
+        EXPECT_EQ(ServiceLog::count(ServiceLog::quoted("Device removed: " + objectPath(node))), 1);
+    }
+    for (const char* directory : {"/media/STICK", "/media/OTHER"}) {
+        EXPECT_EQ(ServiceLog::count(ServiceLog::quoted(std::string("Trying to umount2: ") + directory)), 1);
+    }
+}
+
 TEST_F(StickTest, WithVfatIsMountedWithUtf8Names)
 {
     if (!isSupported("vfat")) {

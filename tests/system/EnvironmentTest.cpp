@@ -1,0 +1,80 @@
+#include <bitset>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+
+#include "tests/support/WaitFor.h"
+#include "tests/system/Files.h"
+#include "tests/system/Images.h"
+#include "tests/system/KernelMounts.h"
+#include "tests/system/SystemTest.h"
+
+namespace fs = std::filesystem;
+
+using testing::HasSubstr;
+
+namespace {
+
+/// From here on this process, and what it starts, has nothing but a path and the bus.
+void clearEnvironment()
+{
+    const std::string path = std::getenv("PATH");
+    const std::string bus = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    clearenv();
+    setenv("PATH", path.c_str(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.c_str(), 1);
+}
+
+std::string descriptorOf(pid_t process, unsigned number)
+{
+    std::error_code ignored;
+    return fs::read_symlink("/proc/" + std::to_string(process) + "/fd/" + std::to_string(number), ignored);
+}
+
+} // namespace
+
+/// What the programs are started with, by a boot script mostly: less than a person's shell gives them.
+class EnvironmentTest : public MachineTest
+{
+};
+
+TEST_F(EnvironmentTest, WithoutALocaleNamesOutsideAsciiAreTheSameForAllThreePrograms)
+{
+    const std::string directory = "/media/M\xc3\xbcsli \xd0\xa1";
+    machine.addUnplugged("sdb1", Images::ext4("stick", "M\xc3\xbcsli \xd0\xa1"));
+    clearEnvironment();
+    start();
+    machine.plug("sdb1");
+    EXPECT_TRUE(waitFor([&] { return KernelMounts::sourceAt(directory) == "/dev/sdb1"; }))
+        << service().output();
+    EXPECT_TRUE(ServiceLog::tells("mount -text4 /dev/sdb1 " + directory + " "));
+    const ProcessResult answer = runProgram({VRMOUNTCTL, "remount", directory, "ro"});
+    EXPECT_THAT(answer.output, HasSubstr("WARNING re-mount path not found: [" + directory + "]"));
+    expectQuotedWarning("WARNING re-mount path not found: [" + directory + "]");
+    stop();
+    EXPECT_FALSE(fs::exists(directory));
+}
+
+TEST_F(EnvironmentTest, WithoutStandardStreamsNothingGoesWhereItDoesNotBelong)
+{
+    constexpr unsigned Subsets = 8;
+    for (unsigned subset = 0; subset < Subsets; ++subset) {
+        SCOPED_TRACE(subset);
+        const std::bitset<3> isClosed(subset);
+        std::string command = "exec \"$@\"";
+        for (unsigned number = 0; number < 3; ++number) {
+            command += isClosed[number] ? " " + std::to_string(number) + ">&-" : "";
+        }
+        fs::remove(Paths::Log);
+        Service service({"log=10"}, {}, {"sh", "-c", command, "sh"});
+        ASSERT_TRUE(service.isReady());
+        for (unsigned number = 0; number < 3; ++number) {
+            if (isClosed[number]) {
+                EXPECT_EQ(descriptorOf(service.id(), number), "/dev/null") << number;
+            }
+        }
+        EXPECT_EQ(service.stop(SIGTERM), 0);
+        EXPECT_EQ(service.output(), isClosed[2] ? "" : ServiceLog::raw());
+        EXPECT_EQ(ServiceLog::count("\"Signal caught: 15\""), 1);
+    }
+}
