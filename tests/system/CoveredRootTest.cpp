@@ -65,6 +65,46 @@ protected:
     }
 };
 
+TEST_F(CoveredRootTest, IsUncoveredFirst)
+{
+    addNameless({"photos/", "empty/"});
+    machine.addInternal("sda1", Images::ext4("disk", "disk"));
+    start();
+    plugAndExpect("sdb1", "/media");
+    EXPECT_THAT(Files::namesIn("/media"), ElementsAre("empty", "lost+found", "photos"));
+    stop();
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
+    EXPECT_THAT(namesOnNameless(), ElementsAre("empty", "lost+found", "photos"))
+        << "directories on the stick are not leftovers";
+}
+
+TEST_F(CoveredRootTest, IsFreeAgainWhenItsMediumIsPulled)
+{
+    addNameless({});
+    machine.addUnplugged("sdc1", Images::ext4("other", "OTHER"));
+    start();
+    plugAndExpect("sdb1", "/media");
+    machine.unplug("sdb1");
+    EXPECT_TRUE(waitFor([] { return KernelMounts::sourceAt("/media") == "nothing"; }));
+    EXPECT_TRUE(fs::is_directory("/media")) << "a root is never removed";
+    plugAndExpect("sdc1", "/media/OTHER");
+    stop();
+}
+
+TEST_F(CoveredRootTest, ThatSomebodyUncoveredComesToItsUsualEnd)
+{
+    machine.addUnplugged("sdb1", Images::ntfs("stick", ""), {"IdUuid ="});
+    machine.addInternal("sda1", Images::ext4("disk", "disk"));
+    start();
+    plugAndExpect("sdb1", "/media");
+    ASSERT_EQ(umount("/media"), 0);
+    stop();
+    EXPECT_EQ(ServiceLog::count("\"/media/C:\""), 1);
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
+}
+
 TEST_F(CoveredRootTest, StopNamesEachMountAndRemovesWhatTheServiceMadeAndNothingOfTheMedium)
 {
     addNameless({"photos/", "empty/", "OWN/"});
@@ -160,4 +200,38 @@ TEST_F(CoveredRootTest, FileSystemOfTheRootMountedOverItAgainIsTakenDown)
         EXPECT_EQ(service.stop(SIGTERM), 0);
         EXPECT_EQ(KernelMounts::directories(), before);
     }
+}
+
+TEST_F(CoveredRootTest, MountThatTookThePlaceOfTheRootsOwnIsTakenDown)
+{
+    mountForeign("/media");
+    Service service;
+    ASSERT_TRUE(service.isReady());
+    const std::string image = Images::ext4("other", "other");
+    ASSERT_EQ(umount("/media"), 0);
+    Images::mount(image, "/media"); // mostly with the number of the mount that has gone
+    EXPECT_EQ(service.stop(SIGTERM), 0);
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+}
+
+TEST_F(CoveredRootTest, IsUncoveredHoweverManyMediaLieOverIt)
+{
+    Service service;
+    ASSERT_TRUE(service.isReady());
+    for (int medium = 0; medium < 3; ++medium) {
+        mountForeign("/media");
+    }
+    EXPECT_EQ(service.stop(SIGTERM), 0);
+    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
+}
+
+TEST_F(CoveredRootTest, ThatWasMadeAnewIsNoneAndIsTakenDownAsEver)
+{
+    Service service;
+    ASSERT_TRUE(service.isReady());
+    fs::rename("/media", "/other");
+    fs::create_directories("/media/leftover");
+    EXPECT_EQ(service.stop(SIGTERM), 0);
+    EXPECT_THAT(ServiceLog::directoriesTakenDown(), ElementsAre("/media/leftover"));
+    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
 }

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include <QByteArray>
+
 #include "tests/support/WaitFor.h"
 #include "tests/system/Files.h"
 #include "tests/system/Images.h"
@@ -18,11 +20,11 @@ namespace {
 /// From here on this process, and what it starts, has nothing but a path and the bus.
 void clearEnvironment()
 {
-    const std::string path = std::getenv("PATH");
-    const std::string bus = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    const QByteArray path = qgetenv("PATH");
+    const QByteArray bus = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
     clearenv();
-    setenv("PATH", path.c_str(), 1);
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.c_str(), 1);
+    setenv("PATH", path.constData(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.constData(), 1);
 }
 
 std::string descriptorOf(pid_t process, unsigned number)

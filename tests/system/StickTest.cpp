@@ -125,48 +125,6 @@ TEST_F(StickTest, WithoutLabelIsMountedUnderItsUuid)
     stop();
 }
 
-TEST_F(StickTest, WithoutAnyNameLiesOverTheRootAndIsTakenDownFirst)
-{
-    machine.addUnplugged("sdb1", Images::ext4("stick", "", {"photos/", "empty/"}), {"IdUuid ="});
-    machine.addInternal("sda1", Images::ext4("disk", "disk"));
-    start();
-    plugAndExpect("sdb1", "/media");
-    EXPECT_THAT(Files::namesIn("/media"), ElementsAre("empty", "lost+found", "photos"));
-    stop();
-    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
-    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
-
-    Images::mount("/tmp/images/stick", "/media");
-    EXPECT_THAT(Files::namesIn("/media"), ElementsAre("empty", "lost+found", "photos"))
-        << "directories on the stick are not leftovers";
-}
-
-TEST_F(StickTest, WithoutAnyNameCanBePulled)
-{
-    machine.addUnplugged("sdb1", Images::ext4("stick", ""), {"IdUuid ="});
-    machine.addUnplugged("sdc1", Images::ext4("other", "OTHER"));
-    start();
-    plugAndExpect("sdb1", "/media");
-    pull("sdb1");
-    EXPECT_TRUE(becomesMounted("/media", "nothing"));
-    EXPECT_TRUE(fs::is_directory("/media")) << "a root is never removed";
-    plugAndExpect("sdc1", "/media/OTHER");
-    stop();
-}
-
-TEST_F(StickTest, WithoutAnyNameThatSomebodyUnmountedLeavesTheRestToTheUsualEnd)
-{
-    machine.addUnplugged("sdb1", Images::ntfs("stick", ""), {"IdUuid ="});
-    machine.addInternal("sda1", Images::ext4("disk", "disk"));
-    start();
-    plugAndExpect("sdb1", "/media");
-    ASSERT_EQ(umount("/media"), 0);
-    stop();
-    EXPECT_EQ(ServiceLog::count("\"/media/C:\""), 1);
-    EXPECT_THAT(KernelMounts::directories(), IsEmpty());
-    EXPECT_THAT(Files::namesIn("/media"), IsEmpty());
-}
-
 TEST_F(StickTest, HiddenByALinkOnAnotherMediumIsNotLookedForThere)
 {
     machine.addUnplugged("sdb1", Images::ext4("stick", "DATA"));
