@@ -416,6 +416,17 @@ TEST_F(DriveManagerTest, MountsANamelessMediumOverTheRootAndNeverRemovesTheRoot)
     EXPECT_TRUE(fs::is_directory("/media"));
 }
 
+TEST_F(DriveManagerTest, MakesNoRootForANamelessMedium)
+{
+    const MachineProvider devices(
+        "[stick]\nNode = sdb1\nPlugged = false\nIdUsage = filesystem\nIdType = ext4\n");
+    DriveManager::instance();
+    fs::remove("/media");
+    plugIn();
+    EXPECT_THAT(KernelDoor::calls(), ElementsAre("mount(/dev/sdb1, /media, ext4, 0x0, )"));
+    EXPECT_FALSE(fs::exists("/media"));
+}
+
 TEST_F(DriveManagerTest, FollowsAProviderThatGoesAwayAndComesBack)
 {
     std::optional<MachineProvider> devices;

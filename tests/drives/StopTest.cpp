@@ -83,8 +83,9 @@ TEST_F(StopTest, NoRemountBeginsAfterIt)
     EXPECT_THAT(KernelDoor::calls(), IsEmpty());
 }
 
-TEST_F(StopTest, NoDeviceIsAskedAboutWhenItComesWhileTheyAreListed)
+TEST_F(StopTest, NoDeviceIsAskedAboutOrShownWhenItComesWhileTheyAreListed)
 {
+    LogWatch::begin(Vorna::Debug);
     int asked = 0;
     const ScriptedUDisks devices({QStringLiteral("sda1"), QStringLiteral("sda2")},
                                  [&](const QString& property) {
@@ -94,6 +95,7 @@ TEST_F(StopTest, NoDeviceIsAskedAboutWhenItComesWhileTheyAreListed)
                                  });
     DriveManager::instance();
     EXPECT_EQ(asked, 1);
+    EXPECT_THAT(LogWatch::messages(Vorna::Debug), IsEmpty());
 }
 
 TEST_F(StopTest, NothingIsMountedWhenItComesDuringTheLastQuestionBefore)
