@@ -188,6 +188,15 @@ TEST_F(LoggerTest, MakesTheDirectoriesOfItsFileForTheOwnerOnly)
     EXPECT_FALSE(std::filesystem::exists(path("x/y/z.log")));
 }
 
+TEST_F(LoggerTest, MakesADirectoryWhoseNameIsOneLetter)
+{
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(directory.path());
+    const Logger logger("x/a.log", Vorna::Warning, Large);
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(std::filesystem::is_directory(path("x")));
+}
+
 TEST_F(LoggerTest, TakesASlashAtTheEndOfItsPathForNoDirectory)
 {
     const Logger logger(path("x/y/"), Vorna::Warning, Large);
