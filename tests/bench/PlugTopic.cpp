@@ -8,12 +8,12 @@
 #include <unistd.h>
 
 #include "tests/bench/AdditionClock.h"
-#include "tests/support/BusTraffic.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/MountWatch.h"
 #include "tests/bench/RoundTrip.h"
 #include "tests/bench/ServiceRun.h"
 #include "tests/bench/TestMachine.h"
+#include "tests/support/BusTraffic.h"
 
 using Figures::Clock;
 using Figures::Sample;

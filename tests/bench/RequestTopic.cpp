@@ -6,7 +6,6 @@
 
 #include <sys/stat.h>
 
-#include "tests/support/BusTraffic.h"
 #include "tests/bench/Exchange.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/ProcessFigures.h"
@@ -14,6 +13,7 @@
 #include "tests/bench/RoundTrip.h"
 #include "tests/bench/ServiceRun.h"
 #include "tests/bench/TestMachine.h"
+#include "tests/support/BusTraffic.h"
 #include "tests/support/WaitFor.h"
 
 using Figures::Clock;

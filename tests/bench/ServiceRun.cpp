@@ -16,13 +16,20 @@ Figures::Clock::time_point startAfterPidFile()
     return Figures::Clock::now();
 }
 
+std::vector<std::string> commandLine(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> result = {VRMOUNTDRIVES};
+    result.insert(result.end(), arguments.begin(), arguments.end());
+    return result;
+}
+
 } // namespace
 
 const std::string ServiceRun::CommandSocket = "/tmp/vrmount";
 
-ServiceRun::ServiceRun()
+ServiceRun::ServiceRun(const std::vector<std::string>& arguments)
     : _start(startAfterPidFile())
-    , _process({VRMOUNTDRIVES}, "/tmp/service.output")
+    , _process(commandLine(arguments), "/tmp/service.output")
 {
 }
 

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "tests/bench/Figures.h"
 #include "tests/support/Process.h"
 
-/// The shipped service, started in its service role in the foreground with its ordinary log level.
+/// The shipped service, started in its service role in the foreground.
 class ServiceRun
 {
 public:
-    ServiceRun();
+    explicit ServiceRun(const std::vector<std::string>& arguments = {});
 
     /// When it was started.
     Figures::Clock::time_point start() const { return _start; }

@@ -1,17 +1,19 @@
 #include "tests/bench/Topics.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
 
 #include <sys/mount.h>
 
-#include "tests/support/BusTraffic.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/MountWatch.h"
 #include "tests/bench/Programs.h"
 #include "tests/bench/RoundTrip.h"
 #include "tests/bench/ServiceRun.h"
 #include "tests/bench/TestMachine.h"
+#include "tests/support/BusTraffic.h"
 
 using Figures::Clock;
 using Figures::Sample;
@@ -22,15 +24,27 @@ namespace {
 constexpr int Rounds = 7;
 constexpr int RunsOfARound = 3;
 constexpr double Allowance = 1.3;
-/// A device's twenty lines in the log, twice to see whether it is a partition of a disk, three times to mount
-/// it and five times to arrange it.
-constexpr int QuestionsADevice = 20 + 2 + 3 + 5;
 constexpr int QuestionsAtStart = 1; ///< which devices there are
 
-/// What was measured with one number of partitions.
+/// A level of the log, and what it makes the service ask.
+struct Level
+{
+    std::string name;
+    std::vector<std::string> arguments; ///< of the service
+    std::string questions;              ///< what the bare bus client is to ask
+    int questionsADevice = 0;
+};
+
+/// Twice to see whether it is a partition of a disk, three times to mount it and five times to arrange it;
+/// and its twenty lines in the log, where they are written.
+const Level Ordinary = {"default level", {}, "ask", 2 + 3 + 5};
+const Level Debug = {"log=7", {"log=7"}, "ask-all", 20 + 2 + 3 + 5};
+
+/// What was measured with one number of partitions at one level.
 struct Figure
 {
     int devices = 0;
+    const Level* level = nullptr;
     Sample service;
     Sample bare;
     Sample start;     ///< of a bare bus client that asks for the devices only
@@ -38,16 +52,16 @@ struct Figure
     Sample roundTrip;
     BusTraffic::Calls calls;
 
-    int asked() const { return QuestionsADevice * devices + QuestionsAtStart; }
+    int asked() const { return level->questionsADevice * devices + QuestionsAtStart; }
     double onTop(double share) const { return service.quantile(share) - bare.quantile(share); }
     double asking(double share) const { return questions.quantile(share) - start.quantile(share); }
     double aim(double share) const { return Allowance * asking(share); }
 };
 
-double serviceRun(int devices, MountWatch& arranged)
+double serviceRun(const Figure& figure, MountWatch& arranged)
 {
-    ServiceRun service;
-    arranged.waitFor(devices);
+    ServiceRun service(figure.level->arguments);
+    arranged.waitFor(figure.devices);
     const double time = Figures::milliseconds(Clock::now() - service.start());
     service.stop();
     arranged.waitFor(0);
@@ -86,13 +100,13 @@ void measureRound(Figure& figure)
 {
     const TestMachine machine(figure.devices);
     MountWatch arranged("/media/");
-    serviceRun(figure.devices, arranged);
+    serviceRun(figure, arranged);
     bareRun(machine.nodes(), arranged);
     for (int run = 0; run < RunsOfARound; ++run) {
-        figure.service.add(serviceRun(figure.devices, arranged));
+        figure.service.add(serviceRun(figure, arranged));
         figure.bare.add(bareRun(machine.nodes(), arranged));
         figure.start.add(runToEnd({BARE_BUS_CLIENT}));
-        figure.questions.add(runToEnd({BARE_BUS_CLIENT, "ask"}));
+        figure.questions.add(runToEnd({BARE_BUS_CLIENT, figure.level->questions}));
         figure.roundTrip.add(bareRoundTrip("sda1"));
     }
 }
@@ -102,17 +116,21 @@ void watchTraffic(Figure& figure)
     const TestMachine machine(figure.devices);
     MountWatch arranged("/media/");
     BusTraffic traffic;
-    serviceRun(figure.devices, arranged);
+    serviceRun(figure, arranged);
     figure.calls = traffic.calls();
 }
 
 std::vector<Figure> measure()
 {
     std::vector<Figure> result;
-    for (const int devices : {1, 4, 8, 16}) {
-        result.emplace_back().devices = devices;
+    for (const Level* level : {&Ordinary, &Debug}) {
+        for (const int devices : {1, 4, 8, 16}) {
+            Figure& figure = result.emplace_back();
+            figure.devices = devices;
+            figure.level = level;
+        }
     }
-    // In rounds, so that whatever else the machine does hits every number of partitions alike.
+    // In rounds, so that whatever else the machine does hits every figure alike.
     for (int round = 0; round < Rounds; ++round) {
         for (Figure& figure : result) {
             measureRound(figure);
@@ -121,6 +139,14 @@ std::vector<Figure> measure()
     for (Figure& figure : result) {
         watchTraffic(figure);
     }
+    return result;
+}
+
+std::vector<Figure> atLevel(const std::vector<Figure>& all, const Level& level)
+{
+    std::vector<Figure> result;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(result),
+                 [&](const Figure& figure) { return figure.level == &level; });
     return result;
 }
 
@@ -135,6 +161,11 @@ struct Statistic
     double share = 0;
 };
 
+std::string title(const std::vector<Figure>& all, const Statistic& statistic)
+{
+    return all.front().level->name + ", " + statistic.name;
+}
+
 void printTimes(const std::vector<Figure>& all, const Statistic& statistic)
 {
     std::vector<Figures::Row> rows;
@@ -147,7 +178,8 @@ void printTimes(const std::vector<Figure>& all, const Statistic& statistic)
                         text(it.asking(statistic.share)), text(aim), verdict(onTop, aim), text(start),
                         text(onTop - start), verdict(onTop - start, aim)});
     }
-    Figures::print("From the start of the service to the last move, ext4 partitions: " + statistic.name,
+    Figures::print("From the start of the service to the last move, ext4 partitions: " +
+                       title(all, statistic),
                    {"partitions", "service", "bare calls", "on top", "bare questions", "aim", "",
                     "bare start", "on top without start", ""},
                    rows);
@@ -167,7 +199,7 @@ void printGrowth(const std::vector<Figure>& all, const Statistic& statistic)
         rows.push_back({"from " + text(less.devices) + " to " + text(more.devices), text(bare + onTop),
                         text(bare), text(onTop), text(aim), verdict(onTop, aim)});
     }
-    Figures::print("What one more partition takes: " + statistic.name,
+    Figures::print("What one more partition takes: " + title(all, statistic),
                    {"partitions", "service", "bare calls", "on top", "aim", ""}, rows);
 }
 
@@ -180,7 +212,7 @@ void printRoundTrips(const std::vector<Figure>& all)
                         text(static_cast<double>(made) / it.asked()), text(it.roundTrip.median(), 3)});
     }
     Figures::print(
-        "Round trips over the bus",
+        "Round trips over the bus: " + all.front().level->name,
         {"partitions", "questions asked for", "round trips made", "ratio", "a bare one, a thousand in a row"},
         rows);
 }
@@ -195,7 +227,8 @@ void printCalls(const Figure& less, const Figure& more)
         rows.push_back({method, text(sent.answered), text((sent.answered - before.answered) / devices),
                         text(sent.unanswered), text((sent.unanswered - before.unanswered) / devices)});
     }
-    Figures::print("What the service sends over the bus, " + text(more.devices) + " partitions",
+    Figures::print("What the service sends over the bus, " + text(more.devices) +
+                       " partitions: " + more.level->name,
                    {"method", "round trips", "a partition", "unanswered", "a partition"}, rows);
 }
 
@@ -203,13 +236,16 @@ void printCalls(const Figure& less, const Figure& more)
 
 void Topics::startUp()
 {
-    const std::vector<Figure> all = measure();
-    for (const Statistic& statistic : {Statistic{"median", 0.5}, Statistic{"quickest tenth", 0.1}}) {
-        printTimes(all, statistic);
-        printGrowth(all, statistic);
+    const std::vector<Figure> figures = measure();
+    for (const Level* level : {&Ordinary, &Debug}) {
+        const std::vector<Figure> all = atLevel(figures, *level);
+        for (const Statistic& statistic : {Statistic{"median", 0.5}, Statistic{"quickest tenth", 0.1}}) {
+            printTimes(all, statistic);
+            printGrowth(all, statistic);
+        }
+        printRoundTrips(all);
+        printCalls(all.front(), all.back());
     }
     Figures::remark(text(Rounds * RunsOfARound) + " runs of whole programs. The aim is " +
                     text(Allowance, 1) + " times the questions asked for, times a bare round trip.");
-    printRoundTrips(all);
-    printCalls(all.front(), all.back());
 }

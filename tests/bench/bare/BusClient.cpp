@@ -1,6 +1,7 @@
 // Connects to the system bus, asks UDisks for its devices and ends: what any program of this framework spends
 // before it has done anything for a device. "bare_bus_client ask" also asks the questions that the service
-// has to ask about each device, in the same order, and does nothing with the answers.
+// has to ask about each device, in the same order, and does nothing with the answers; "ask-all" asks those
+// for the debug lines of the log too.
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -11,8 +12,8 @@ namespace {
 
 using Questions = QList<const char*>;
 
-/// For the log, and to see whether it is a partition of a disk.
-const Questions ToKnow = {"DeviceFile",
+/// For the log.
+const Questions ToShow = {"DeviceFile",
                           "DeviceMajor",
                           "DeviceMinor",
                           "DeviceFileById",
@@ -31,9 +32,10 @@ const Questions ToKnow = {"DeviceFile",
                           "PartitionFlags",
                           "PartitionScheme",
                           "DriveIsMediaEjectable",
-                          "DeviceIsOpticalDisc",
-                          "DeviceMajor",
-                          "DeviceIsPartition"};
+                          "DeviceIsOpticalDisc"};
+
+/// To see whether it is a partition of a disk.
+const Questions ToKnow = {"DeviceMajor", "DeviceIsPartition"};
 
 /// To mount it, and to arrange it.
 const Questions ToArrange = {"IdType",     "DeviceIsSystemInternal",
@@ -68,8 +70,9 @@ int main(int argc, char** argv)
     const QDBusReply<QList<QDBusObjectPath>> devices =
         call(QStringLiteral("/org/freedesktop/UDisks"), QStringLiteral("org.freedesktop.UDisks"),
              QStringLiteral("EnumerateDevices"), {});
-    if (argc > 1) {
-        ask(devices.value(), ToKnow);
+    const QString mode = QString::fromLocal8Bit(argc > 1 ? argv[1] : "");
+    if (!mode.isEmpty()) {
+        ask(devices.value(), mode == QLatin1String("ask-all") ? ToShow + ToKnow : ToKnow);
         ask(devices.value(), ToArrange);
     }
     return devices.isValid() ? 0 : 1;
