@@ -18,7 +18,7 @@ struct CommandLine
 {
     enum class Action
     {
-        Serve,        ///< the devices of UDisks2
+        Serve,        ///< the devices of this machine
         ServeMachine, ///< those of `machineFile`
         Plug,
         Unplug,

@@ -27,7 +27,9 @@ public:
     const Device* find(const QString& objectPath) const;
 
 Q_SIGNALS:
-    /// Emitted once. What is there by then is never told as added.
+    /// Emitted once. What is there by then is not announced as added, except after a restart: what came and
+    /// went between two runs is announced right behind this signal, and `removed` can then name a device that
+    /// this run never had.
     void ready();
     /// The device is complete and can be read.
     void added(const QString& objectPath);

@@ -1,13 +1,15 @@
 #include "provider/Sysfs.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
-#include <sys/sysmacros.h>
+namespace fs = std::filesystem;
 
 namespace {
 
-constexpr qulonglong USUAL_SECTOR = 512;
+/// The kernel gives an attribute one page.
+constexpr int LongestValue = 4096;
 
 } // namespace
 
@@ -16,26 +18,49 @@ Sysfs::Sysfs(std::string root)
 {
 }
 
-QByteArray Sysfs::kernelName(dev_t number) const
-{
-    return nativePath(number).section(QLatin1Char('/'), -1).toUtf8();
-}
-
-QString Sysfs::nativePath(dev_t number) const
+bool Sysfs::exists(const QByteArray& path) const
 {
     std::error_code failure;
-    const std::filesystem::path path = std::filesystem::canonical(directoryOf(number), failure);
-    return failure ? QString() : QString::fromStdString(path);
+    return fs::exists(_root + path.toStdString(), failure);
 }
 
-qulonglong Sysfs::sectorSize(dev_t number) const
+QByteArray Sysfs::value(const QByteArray& device, const char* attribute) const
 {
-    std::ifstream file(directoryOf(number) + "/queue/hw_sector_size");
-    qulonglong size = 0;
-    return file >> size ? size : USUAL_SECTOR;
+    std::ifstream file(_root + device.toStdString() + '/' + attribute);
+    QByteArray text(LongestValue, '\0');
+    file.read(text.data(), text.size());
+    text.truncate(static_cast<int>(file.gcount()));
+    if (text.endsWith('\n')) {
+        text.chop(1);
+    }
+    return text;
 }
 
-std::string Sysfs::directoryOf(dev_t number) const
+qulonglong Sysfs::number(const QByteArray& device, const char* attribute, qulonglong otherwise) const
 {
-    return _root + "/dev/block/" + std::to_string(major(number)) + ":" + std::to_string(minor(number));
+    bool isNumber = false;
+    const qulonglong number = value(device, attribute).toULongLong(&isNumber);
+    return isNumber ? number : otherwise;
+}
+
+QByteArrayList Sysfs::names(const QByteArray& device, const char* directory) const
+{
+    std::error_code failure;
+    QByteArrayList result;
+    const fs::path path = _root + device.toStdString() + '/' + directory;
+    for (fs::directory_iterator entry(path, failure); !failure && entry != fs::directory_iterator();
+         entry.increment(failure)) {
+        result += QByteArray::fromStdString(entry->path().filename());
+    }
+    std::sort(result.begin(), result.end());
+    return result;
+}
+
+QByteArray Sysfs::target(const QByteArray& link) const
+{
+    std::error_code failure;
+    const std::string path = fs::canonical(_root + link.toStdString(), failure).string();
+    const std::string root = fs::canonical(_root, failure).string();
+    return path.rfind(root + '/', 0) == 0 ? QByteArray::fromStdString(path.substr(root.size()))
+                                          : QByteArray();
 }

@@ -2,27 +2,27 @@
 
 #include <string>
 
-#include <sys/types.h>
-
 #include <QByteArray>
-#include <QString>
+#include <QByteArrayList>
 #include <QtGlobal>
 
-/// What the kernel tells of a block device by its number.
+/// What the kernel says of its devices. A device is named by its path below sysfs: "/devices/.../block/sda".
+/// What cannot be read is empty.
 class Sysfs
 {
 public:
     explicit Sysfs(std::string root = "/sys");
 
-    /// The kernel's name of the device, empty if it has none (any more).
-    QByteArray kernelName(dev_t number) const;
-    /// The directory of the device, empty likewise.
-    QString nativePath(dev_t number) const;
-    /// Bytes a sector, 512 if the kernel does not tell.
-    qulonglong sectorSize(dev_t number) const;
+    bool exists(const QByteArray& path) const;
+    /// The text of an attribute, without its line feed.
+    QByteArray value(const QByteArray& device, const char* attribute) const;
+    /// The decimal number that an attribute holds.
+    qulonglong number(const QByteArray& device, const char* attribute, qulonglong otherwise = 0) const;
+    /// The names in a directory of the device, sorted.
+    QByteArrayList names(const QByteArray& device, const char* directory) const;
+    /// The device that a link leads to.
+    QByteArray target(const QByteArray& link) const;
 
 private:
-    std::string directoryOf(dev_t number) const;
-
     std::string _root;
 };

@@ -10,8 +10,9 @@
 #include "provider/MachineClient.h"
 #include "provider/MachineControl.h"
 #include "provider/MachineSource.h"
-#include "provider/UDisks2Source.h"
 #include "provider/UDisksService.h"
+#include "provider/udev/LibUdev.h"
+#include "provider/udev/UdevSource.h"
 #include "service/SignalRelay.h"
 #include "service/StandardStreams.h"
 
@@ -56,10 +57,10 @@ int serveMachine(const std::string& file, const QDBusConnection& bus)
     return serve(machine, bus);
 }
 
-int serveUDisks2(bool showsTrueMajor, const QDBusConnection& bus)
+int serveThisMachine(const QDBusConnection& bus)
 {
-    UDisks2Source source(bus, showsTrueMajor);
-    QObject::connect(&source, &UDisks2Source::noted, [](const QString& text) { say(text.toStdString()); });
+    UdevSource source(std::make_unique<LibUdev>());
+    QObject::connect(&source, &UdevSource::noted, [](const QString& text) { say(text.toStdString()); });
     return serve(source, bus);
 }
 
@@ -71,7 +72,7 @@ int serve(const CommandLine& line)
     if (!bus.isConnected()) {
         throw std::runtime_error("no system bus: " + bus.lastError().message().toStdString());
     }
-    return line.action == CommandLine::Action::Serve ? serveUDisks2(line.showsTrueMajor, bus)
+    return line.action == CommandLine::Action::Serve ? serveThisMachine(bus)
                                                      : serveMachine(line.machineFile, bus);
 }
 

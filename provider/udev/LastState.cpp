@@ -1,0 +1,124 @@
+#include "provider/udev/LastState.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QSaveFile>
+
+#include "provider/Descriptor.h"
+#include "provider/ObjectPath.h"
+
+namespace {
+
+constexpr qint64 LargestFile = 1 << 20;
+
+const QString BOOT = QStringLiteral("boot");
+const QString DEVICES = QStringLiteral("devices");
+const QString PATH = QStringLiteral("path");
+const QString IDENTITY = QStringLiteral("identity");
+
+QString bootId()
+{
+    QFile file(QStringLiteral("/proc/sys/kernel/random/boot_id"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll().trimmed()) : QString();
+}
+
+/// Whether nobody else could have written what is in the file.
+bool isOwn(int descriptor)
+{
+    struct stat status = {};
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0 && status.st_size <= LargestFile;
+}
+
+QByteArray readOwn(const std::string& file)
+{
+    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    QFile content;
+    const bool isReadable =
+        descriptor.isOpen() && isOwn(descriptor.get()) && content.open(descriptor.get(), QIODevice::ReadOnly);
+    return isReadable ? content.read(LargestFile) : QByteArray();
+}
+
+QJsonObject written(const AnnouncedDevice& device)
+{
+    QJsonObject identity;
+    for (auto token = device.identity.begin(); token != device.identity.end(); ++token) {
+        identity.insert(token.key(), token.value());
+    }
+    return {{PATH, device.objectPath}, {IDENTITY, identity}};
+}
+
+std::optional<AnnouncedDevice> parsed(const QJsonObject& object)
+{
+    static const QRegularExpression valid(
+        QStringLiteral("\\A%1/[A-Za-z0-9_]+\\z").arg(QRegularExpression::escape(ObjectPath::DEVICES)));
+    AnnouncedDevice result{object.value(PATH).toString(), {}};
+    const QJsonObject identity = object.value(IDENTITY).toObject();
+    for (auto token = identity.begin(); token != identity.end(); ++token) {
+        result.identity.insert(token.key(), token.value().toString());
+    }
+    return valid.match(result.objectPath).hasMatch() ? std::make_optional(result) : std::nullopt;
+}
+
+} // namespace
+
+const char* const LastState::FILE = "/run/vrudisks.state";
+
+bool AnnouncedDevice::isReplacedBy(const AnnouncedDevice& other) const
+{
+    for (auto token = identity.begin(); token != identity.end(); ++token) {
+        const QString now = other.identity.value(token.key());
+        if (!token->isEmpty() && !now.isEmpty() && *token != now) {
+            return true;
+        }
+    }
+    return false;
+}
+
+LastState::LastState(std::string file)
+    : _file(std::move(file))
+{
+}
+
+std::optional<std::vector<AnnouncedDevice>> LastState::read() const
+{
+    const QJsonObject state = QJsonDocument::fromJson(readOwn(_file)).object();
+    const QString boot = bootId();
+    if (!state.value(DEVICES).isArray() || boot.isEmpty() || state.value(BOOT).toString() != boot) {
+        return std::nullopt;
+    }
+    std::vector<AnnouncedDevice> result;
+    for (const QJsonValue& entry : state.value(DEVICES).toArray()) {
+        const std::optional<AnnouncedDevice> device = parsed(entry.toObject());
+        if (!device) {
+            return std::nullopt;
+        }
+        result.push_back(*device);
+    }
+    return result;
+}
+
+void LastState::write(const std::vector<AnnouncedDevice>& devices)
+{
+    QJsonArray entries;
+    for (const AnnouncedDevice& device : devices) {
+        entries.append(written(device));
+    }
+    const QByteArray content =
+        QJsonDocument(QJsonObject{{BOOT, bootId()}, {DEVICES, entries}}).toJson(QJsonDocument::Compact);
+    if (content == _written) {
+        return;
+    }
+    QSaveFile file(QString::fromStdString(_file));
+    if (file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) &&
+        file.write(content) == content.size() && file.commit()) {
+        _written = content;
+    }
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <QMap>
+#include <QString>
+
+/// A device that was announced, with what tells it from another one in its place.
+struct AnnouncedDevice
+{
+    QString objectPath;
+    QMap<QString, QString> identity;
+
+    /// Whether another device, or another medium, took its place. What one of both does not know decides
+    /// nothing.
+    bool isReplacedBy(const AnnouncedDevice& other) const;
+};
+
+/// What was announced last, in a file that outlives the process and not the machine's session.
+class LastState
+{
+public:
+    static const char* const FILE;
+
+    explicit LastState(std::string file = FILE);
+
+    /// Nothing if there is none: no file, one that is not this user's own or that others may write to, one of
+    /// an earlier session of the machine, or one that is damaged in any way.
+    std::optional<std::vector<AnnouncedDevice>> read() const;
+    /// Replaces the file in one step if it would become another. A failure changes nothing: the next start is
+    /// then a first one, or knows an earlier state.
+    void write(const std::vector<AnnouncedDevice>& devices);
+
+private:
+    std::string _file;
+    QByteArray _written;
+};

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <vector>
+
+#include <QObject>
+
+#include "provider/udev/BlockDevice.h"
+
+/// What udev knows and announces of block devices.
+class Udev : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Event
+    {
+        enum class Kind
+        {
+            None, ///< there is no other for now
+            Came, ///< new, or announced as new once more
+            Changed,
+            Gone,
+            Lost, ///< at least one announcement did not fit into the socket's buffer
+        };
+
+        Kind kind = Kind::None;
+        BlockDevice device;
+    };
+
+    /// Whether there is a udev that will announce anything.
+    virtual bool isRunning() const = 0;
+    /// Whether it has dealt with everything that it knows of.
+    virtual bool isIdle() const = 0;
+    /// Every block device with what udev's database has of it, disks before their partitions.
+    virtual std::vector<BlockDevice> devices() const = 0;
+    /// The next announcement.
+    virtual Event receive() = 0;
+
+Q_SIGNALS:
+    /// There are announcements to receive.
+    void announced();
+    /// The last work in udev's queue is done.
+    void settled();
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+
+#include "provider/BusOrder.h"
+#include "provider/Device.h"
+#include "provider/Sysfs.h"
+#include "provider/udev/BlockDevice.h"
+
+/// A block device of udev as UDisks 1 shows it.
+struct UdevDevice
+{
+    Device device;
+    BusOrder order;
+    /// Object paths of devices whose properties change when this one comes or goes.
+    QStringList relatives;
+};
+
+/// Nothing for what UDisks 1 does not show: RAM disks, loop devices without a file, and the partitions that
+/// the kernel keeps of a medium that has been taken out. `bootTime` is the time at which the kernel's clock
+/// began, in microseconds.
+std::optional<UdevDevice> shownAs(const BlockDevice& device, const Sysfs& sysfs, qlonglong bootTime);

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <QTimer>
+
+#include "provider/DeviceSource.h"
+#include "provider/Sysfs.h"
+#include "provider/udev/LastState.h"
+#include "provider/udev/Udev.h"
+#include "provider/udev/UdevDevice.h"
+
+/// The block devices of this machine, sorted by their place in it.
+///
+/// udev announces a device when its rules have run, so every device is identified when it is announced here.
+/// What is there at the start is shown when udev has dealt with it, or when `patience` is over.
+///
+/// Whatever is lost on the way (udev's announcements, or the time in which nobody listened, between two runs)
+/// is made good by looking at all devices again: the difference is announced.
+class UdevSource : public DeviceSource
+{
+    Q_OBJECT
+
+public:
+    static constexpr std::chrono::seconds PATIENCE{60};
+
+    explicit UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs = Sysfs(), LastState lastState = LastState(),
+                        std::chrono::milliseconds patience = PATIENCE);
+
+    void start() override;
+    std::vector<const Device*> devices() const override;
+
+Q_SIGNALS:
+    /// Something about udev that the user should know: a line for standard error.
+    void noted(const QString& text);
+
+private:
+    enum class Phase
+    {
+        Waiting,  ///< for udev
+        Starting, ///< ready; what was missed is not announced yet
+        Following,
+    };
+    struct Entry
+    {
+        BlockDevice block;
+        UdevDevice shown;
+    };
+    using Entries = std::vector<Entry>;
+
+    void showWhenSettled();
+    void showAfterAll();
+    void show(const std::vector<BlockDevice>& blocks);
+    void announceMissed();
+    void announceSince(const std::vector<AnnouncedDevice>& last);
+
+    void follow();
+    void lookAround();
+    bool handle(const Udev::Event& event);
+    void reconcile(bool hasLost);
+
+    void settle(const BlockDevice& block, bool isChange);
+    void add(const Entry& entry);
+    void update(Entry& known, const Entry& now, bool isChange);
+    void remove(const QString& objectPath);
+    void removePartitionsOf(const BlockDevice& disk);
+    void refresh(const QStringList& objectPaths);
+
+    bool isComplete(const BlockDevice& block) const;
+    std::optional<Entry> entryFor(const BlockDevice& block) const;
+    Entry* find(const QString& path);
+    std::vector<AnnouncedDevice> announcedDevices() const;
+    void sort();
+
+    std::unique_ptr<Udev> _udev;
+    Sysfs _sysfs;
+    LastState _lastState;
+    qlonglong _bootTime;
+    QTimer _patience;
+    Phase _phase = Phase::Waiting;
+    Entries _entries; ///< what has been announced, in the order of enumeration
+};
