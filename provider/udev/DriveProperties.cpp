@@ -6,47 +6,15 @@ namespace {
 
 constexpr qlonglong Microseconds = 1000000;
 
-/// What UDisks 1 calls a kind of medium, and how udev says that a drive takes it: in the name of a property.
-/// For optical media a second property says that one is in.
-struct Medium
-{
-    const char* name;
-    const char* taken;
-    const char* present;
-};
-
-constexpr Medium MEDIA[] = {
-    {"flash", "ID_DRIVE_FLASH", ""},
-    {"flash_cf", "ID_DRIVE_FLASH_CF", ""},
-    {"flash_ms", "ID_DRIVE_FLASH_MS", ""},
-    {"flash_sm", "ID_DRIVE_FLASH_SM", ""},
-    {"flash_sd", "ID_DRIVE_FLASH_SD", ""},
-    {"flash_sdhc", "ID_DRIVE_FLASH_SDHC", ""},
-    {"flash_mmc", "ID_DRIVE_FLASH_MMC", ""},
-    {"floppy", "ID_DRIVE_FLOPPY", ""},
-    {"floppy_zip", "ID_DRIVE_FLOPPY_ZIP", ""},
-    {"floppy_jaz", "ID_DRIVE_FLOPPY_JAZ", ""},
-    {"optical_cd", "ID_CDROM", "ID_CDROM_MEDIA_CD"},
-    {"optical_cd_r", "ID_CDROM_CD_R", "ID_CDROM_MEDIA_CD_R"},
-    {"optical_cd_rw", "ID_CDROM_CD_RW", "ID_CDROM_MEDIA_CD_RW"},
-    {"optical_dvd", "ID_CDROM_DVD", "ID_CDROM_MEDIA_DVD"},
-    {"optical_dvd_r", "ID_CDROM_DVD_R", "ID_CDROM_MEDIA_DVD_R"},
-    {"optical_dvd_rw", "ID_CDROM_DVD_RW", "ID_CDROM_MEDIA_DVD_RW"},
-    {"optical_dvd_ram", "ID_CDROM_DVD_RAM", "ID_CDROM_MEDIA_DVD_RAM"},
-    {"optical_dvd_plus_r", "ID_CDROM_DVD_PLUS_R", "ID_CDROM_MEDIA_DVD_PLUS_R"},
-    {"optical_dvd_plus_rw", "ID_CDROM_DVD_PLUS_RW", "ID_CDROM_MEDIA_DVD_PLUS_RW"},
-    {"optical_dvd_plus_r_dl", "ID_CDROM_DVD_PLUS_R_DL", "ID_CDROM_MEDIA_DVD_PLUS_R_DL"},
-    {"optical_dvd_plus_rw_dl", "ID_CDROM_DVD_PLUS_RW_DL", "ID_CDROM_MEDIA_DVD_PLUS_RW_DL"},
-    {"optical_bd", "ID_CDROM_BD", "ID_CDROM_MEDIA_BD"},
-    {"optical_bd_r", "ID_CDROM_BD_R", "ID_CDROM_MEDIA_BD_R"},
-    {"optical_bd_re", "ID_CDROM_BD_RE", "ID_CDROM_MEDIA_BD_RE"},
-    {"optical_hddvd", "ID_CDROM_HDDVD", "ID_CDROM_MEDIA_HDDVD"},
-    {"optical_hddvd_r", "ID_CDROM_HDDVD_R", "ID_CDROM_MEDIA_HDDVD_R"},
-    {"optical_hddvd_rw", "ID_CDROM_HDDVD_RW", "ID_CDROM_MEDIA_HDDVD_RW"},
-    {"optical_mo", "ID_CDROM_MO", "ID_CDROM_MEDIA_MO"},
-    {"optical_mrw", "ID_CDROM_MRW", "ID_CDROM_MEDIA_MRW"},
-    {"optical_mrw_w", "ID_CDROM_MRW_W", "ID_CDROM_MEDIA_MRW_W"},
-};
+/// Kinds of media as udev names them in its properties: which of them a drive takes, and which optical one is
+/// in. In UDisks 1 the names are lower case, those of discs with "optical_" before them.
+constexpr const char* CARDS[] = {"FLASH",      "FLASH_CF",  "FLASH_MS", "FLASH_SM",   "FLASH_SD",
+                                 "FLASH_SDHC", "FLASH_MMC", "FLOPPY",   "FLOPPY_ZIP", "FLOPPY_JAZ"};
+constexpr const char* DISCS[] = {
+    "CD",      "CD_R",       "CD_RW",       "DVD",           "DVD_R",          "DVD_RW",
+    "DVD_RAM", "DVD_PLUS_R", "DVD_PLUS_RW", "DVD_PLUS_R_DL", "DVD_PLUS_RW_DL", "BD",
+    "BD_R",    "BD_RE",      "HDDVD",       "HDDVD_R",       "HDDVD_RW",       "MO",
+    "MRW",     "MRW_W"};
 
 bool isOptical(const BlockDevice& device)
 {
@@ -58,28 +26,30 @@ bool hasMedium(const BlockDevice& device, const Sysfs& sysfs)
     return isOptical(device) ? device.flag("ID_CDROM_MEDIA") : sysfs.number(device.path(), "size") != 0;
 }
 
-QStringList mediaTaken(const BlockDevice& device)
+template<typename Kinds>
+QStringList media(const BlockDevice& device, const Kinds& kinds, const QByteArray& property,
+                  const QByteArray& name)
 {
     QStringList result;
-    for (const Medium& medium : MEDIA) {
-        if (device.flag(medium.taken)) {
-            result += QString::fromLatin1(medium.name);
+    for (const char* kind : kinds) {
+        if (device.flag((property + kind).constData())) {
+            result += QString::fromLatin1(name + QByteArray(kind).toLower());
         }
     }
     return result;
 }
 
-/// The most exact name of the medium that is in; a drive for cards does not say which of those it takes.
+QStringList mediaTaken(const BlockDevice& device)
+{
+    return media(device, CARDS, "ID_DRIVE_", "") + media(device, DISCS, "ID_CDROM_", "optical_");
+}
+
+/// The most exact name of the medium that is in; a drive for cards says only which it takes.
 QString mediumPresent(const BlockDevice& device, const Sysfs& sysfs)
 {
-    QString result;
-    for (const Medium& medium : MEDIA) {
-        const bool isIt = isOptical(device) ? device.flag(medium.present) : device.flag(medium.taken);
-        if (isIt && hasMedium(device, sysfs)) {
-            result = QString::fromLatin1(medium.name);
-        }
-    }
-    return result;
+    const QStringList kinds = isOptical(device) ? media(device, DISCS, "ID_CDROM_MEDIA_", "optical_")
+                                                : media(device, CARDS, "ID_DRIVE_", "");
+    return hasMedium(device, sysfs) && !kinds.isEmpty() ? kinds.last() : QString();
 }
 
 /// Only these are put out by the drive itself; a stick is not.
@@ -91,9 +61,15 @@ bool isEjectable(const QStringList& media)
     });
 }
 
+bool isOnUsb(const BlockDevice& device)
+{
+    return device.path().contains("/usb");
+}
+
+/// udev's bus is that of the disk: behind some USB bridges it is "ata".
 QString interfaceOf(const BlockDevice& device)
 {
-    const QByteArray bus = device.value("ID_BUS");
+    const QByteArray bus = isOnUsb(device) ? "usb" : device.value("ID_BUS");
     if (device.path().contains("/mmc_host/")) {
         return QStringLiteral("sdio");
     }
@@ -135,7 +111,7 @@ QVariantMap hardwareProperties(const BlockDevice& device, const Sysfs& sysfs)
         {QStringLiteral("DriveSerial"), serialOf(device)},
         {QStringLiteral("DriveWwn"), firstOf(device, {"ID_WWN_WITH_EXTENSION", "ID_WWN"})},
         {QStringLiteral("DriveConnectionInterface"), interfaceOf(device)},
-        {QStringLiteral("DriveCanDetach"), device.value("ID_BUS") == "usb"},
+        {QStringLiteral("DriveCanDetach"), isOnUsb(device)},
         {QStringLiteral("DriveIsRotational"), sysfs.number(device.diskPath(), "queue/rotational") != 0},
         {QStringLiteral("DriveRotationRate"), static_cast<uint>(device.number("ID_ATA_ROTATION_RATE_RPM"))},
     };
@@ -145,14 +121,14 @@ QVariantMap mediumProperties(const BlockDevice& device, const Sysfs& sysfs)
 {
     const bool isRemovable = sysfs.number(device.diskPath(), "removable") != 0;
     const bool isAnnounced = sysfs.value(device.diskPath(), "events").contains("media_change");
-    const QStringList media = mediaTaken(device);
+    const QStringList taken = mediaTaken(device);
     return {
         {QStringLiteral("DeviceIsMediaChangeDetected"), !isRemovable || isAnnounced},
         {QStringLiteral("DeviceIsRemovable"), isRemovable},
         {QStringLiteral("DeviceIsOpticalDisc"), !device.isPartition() && device.flag("ID_CDROM_MEDIA")},
         {QStringLiteral("DriveMedia"), mediumPresent(device, sysfs)},
-        {QStringLiteral("DriveMediaCompatibility"), media},
-        {QStringLiteral("DriveIsMediaEjectable"), isEjectable(media)},
+        {QStringLiteral("DriveMediaCompatibility"), taken},
+        {QStringLiteral("DriveIsMediaEjectable"), isEjectable(taken)},
         {QStringLiteral("OpticalDiscIsBlank"), device.value("ID_CDROM_MEDIA_STATE") == "blank"},
         {QStringLiteral("OpticalDiscNumTracks"),
          static_cast<uint>(device.number("ID_CDROM_MEDIA_TRACK_COUNT"))},

@@ -71,17 +71,6 @@ std::optional<AnnouncedDevice> parsed(const QJsonObject& object)
 
 const char* const LastState::FILE = "/run/vrudisks.state";
 
-bool AnnouncedDevice::isReplacedBy(const AnnouncedDevice& other) const
-{
-    for (auto token = identity.begin(); token != identity.end(); ++token) {
-        const QString now = other.identity.value(token.key());
-        if (!token->isEmpty() && !now.isEmpty() && *token != now) {
-            return true;
-        }
-    }
-    return false;
-}
-
 LastState::LastState(std::string file)
     : _file(std::move(file))
 {

@@ -4,19 +4,9 @@
 #include <string>
 #include <vector>
 
-#include <QMap>
-#include <QString>
+#include <QByteArray>
 
-/// A device that was announced, with what tells it from another one in its place.
-struct AnnouncedDevice
-{
-    QString objectPath;
-    QMap<QString, QString> identity;
-
-    /// Whether another device, or another medium, took its place. What one of both does not know decides
-    /// nothing.
-    bool isReplacedBy(const AnnouncedDevice& other) const;
-};
+#include "provider/udev/AnnouncedDevice.h"
 
 /// What was announced last, in a file that outlives the process and not the machine's session.
 class LastState

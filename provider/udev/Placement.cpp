@@ -11,19 +11,6 @@ struct Rule
     const char* reason;
 };
 
-bool isOnBus(const BlockDevice& device, const char* bus)
-{
-    for (const QByteArray& step : device.path().split('/')) {
-        const QByteArray number =
-            step.startsWith(bus) ? step.mid(static_cast<int>(qstrlen(bus))) : QByteArray();
-        if (!number.isEmpty() &&
-            std::all_of(number.begin(), number.end(), [](char at) { return isdigit(at) != 0; })) {
-            return true;
-        }
-    }
-    return false;
-}
-
 QByteArray cardType(const BlockDevice& device, const Sysfs& sysfs)
 {
     return device.path().contains("/mmc_host/") ? sysfs.value(device.diskPath(), "device/type")
@@ -72,10 +59,11 @@ const Rule RULES[] = {
     // Sticks, card readers and floppies; the kernel says the same of disks at eSATA ports.
     {[](auto& device, auto& sysfs) { return sysfs.number(device.diskPath(), "removable") != 0; }, false,
      "its medium, or the disk itself, can be taken out"},
-    {[](auto& device, auto&) { return isOnBus(device, "usb") || device.value("ID_BUS") == "usb"; }, false,
-     "on USB"},
-    {[](auto& device, auto&) { return isOnBus(device, "fw") || device.value("ID_BUS") == "ieee1394"; }, false,
-     "on FireWire"},
+    {[](auto& device, auto&) { return device.path().contains("/usb"); }, false, "on USB"},
+    {[](auto& device, auto&) {
+         return device.value("ID_BUS") == "ieee1394" || device.path().contains("/fw");
+     },
+     false, "on FireWire"},
     {&isBehindAPort, false, "behind a port of the machine's outside, such as Thunderbolt"},
     {&isOnExternalDevice, false, "made of a device that is external"},
 };

@@ -18,14 +18,16 @@ constexpr qulonglong SizeUnit = 512;
 
 const QStringList BY_PATH{QStringLiteral("/dev/disk/by-path/")};
 
-qulonglong sizeOf(const QByteArray& path, const Sysfs& sysfs)
+/// For the kernel an optical drive without a disc has some size.
+qulonglong sizeOf(const BlockDevice& device, const Sysfs& sysfs)
 {
-    return sysfs.number(path, "size") * SizeUnit;
+    const bool isEmpty = device.flag("ID_CDROM") && !device.flag("ID_CDROM_MEDIA");
+    return isEmpty ? 0 : sysfs.number(device.path(), "size") * SizeUnit;
 }
 
 qulonglong sectorSize(const BlockDevice& device, const Sysfs& sysfs)
 {
-    if (sizeOf(device.path(), sysfs) == 0) {
+    if (sizeOf(device, sysfs) == 0) {
         return 0;
     }
     return device.isPartition() ? SizeUnit : sysfs.number(device.path(), "queue/hw_sector_size", SizeUnit);
@@ -49,7 +51,7 @@ QVariantMap generalProperties(const BlockDevice& device, const Sysfs& sysfs)
         {QStringLiteral("DeviceFileByPath"), device.linksIn(BY_PATH)},
         {QStringLiteral("DeviceMajor"), qlonglong(major(device.number()))},
         {QStringLiteral("DeviceMinor"), qlonglong(minor(device.number()))},
-        {QStringLiteral("DeviceSize"), sizeOf(device.path(), sysfs)},
+        {QStringLiteral("DeviceSize"), sizeOf(device, sysfs)},
         {QStringLiteral("DeviceBlockSize"), sectorSize(device, sysfs)},
         {QStringLiteral("DeviceIsReadOnly"), sysfs.number(device.path(), "ro") != 0},
         {QStringLiteral("DeviceIsSystemInternal"), placementOf(device, sysfs).isInternal},
@@ -141,7 +143,7 @@ QVariantMap partitionProperties(const BlockDevice& device, const Sysfs& sysfs)
         {QStringLiteral("PartitionFlags"), partitionFlags(device)},
         {QStringLiteral("PartitionNumber"), static_cast<int>(sysfs.number(device.path(), "partition"))},
         {QStringLiteral("PartitionOffset"), sysfs.number(device.path(), "start") * SizeUnit},
-        {QStringLiteral("PartitionSize"), sizeOf(device.path(), sysfs)},
+        {QStringLiteral("PartitionSize"), sizeOf(device, sysfs)},
         {QStringLiteral("PartitionLabel"), device.decodedText("ID_PART_ENTRY_NAME")},
         {QStringLiteral("PartitionUuid"), device.text("ID_PART_ENTRY_UUID")},
         {QStringLiteral("PartitionSlave"), QVariant::fromValue(QDBusObjectPath(slave))},
@@ -180,7 +182,7 @@ bool isShown(const BlockDevice& device, const Sysfs& sysfs)
     const QByteArray name = device.name();
     const bool isUnusedLoopDevice = !device.isPartition() && name.startsWith("loop") &&
                                     sysfs.value(device.path(), "loop/backing_file").isEmpty();
-    const bool isLeftOver = device.isPartition() && sizeOf(device.diskPath(), sysfs) == 0;
+    const bool isLeftOver = device.isPartition() && sysfs.number(device.diskPath(), "size") == 0;
     return device.number() != 0 && !name.startsWith("ram") && !isUnusedLoopDevice && !isLeftOver;
 }
 

@@ -6,40 +6,14 @@
 
 namespace {
 
-using std::chrono::duration_cast;
-using std::chrono::microseconds;
-
-/// When udev's clock began, which counts from the start of the machine.
+/// When udev's clock began, which counts from the start of the machine: in microseconds.
 qlonglong startOfClock()
 {
+    using std::chrono::duration_cast;
+    using std::chrono::microseconds;
     const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     return (duration_cast<microseconds>(now) - duration_cast<microseconds>(sinceStart)).count();
-}
-
-/// 0 counts as not known.
-QString token(const Device& device, const char* property)
-{
-    const QString text = device.properties.value(QString::fromLatin1(property)).toString();
-    return text != QLatin1String("0") ? text : QString();
-}
-
-AnnouncedDevice announced(const BlockDevice& block, const Device& device)
-{
-    return {device.objectPath,
-            {{QStringLiteral("number"), QString::number(device.number)},
-             {QStringLiteral("since"), block.text("USEC_INITIALIZED")},
-             {QStringLiteral("serial"), token(device, "DriveSerial")},
-             {QStringLiteral("size"), token(device, "DeviceSize")},
-             {QStringLiteral("uuid"), token(device, "IdUuid")},
-             {QStringLiteral("file"), token(device, "LinuxLoopFilename")}}};
-}
-
-/// Whether the kernel has made the device anew, under the old name.
-bool isAnother(const BlockDevice& before, const BlockDevice& now)
-{
-    return before.number() != now.number() ||
-           before.value("USEC_INITIALIZED") != now.value("USEC_INITIALIZED");
 }
 
 bool differs(const Device& before, const Device& now)
@@ -52,11 +26,12 @@ bool hasMedium(const Device& device)
     return device.properties.value(QStringLiteral("DeviceSize")).toULongLong() != 0;
 }
 
-template<typename Devices>
-auto entryWith(Devices& devices, const QString& objectPath)
+/// Whether `devices` hold this one, and not another under its name.
+bool holds(const std::vector<AnnouncedDevice>& devices, const AnnouncedDevice& device)
 {
-    return std::find_if(devices.begin(), devices.end(),
-                        [&](const AnnouncedDevice& device) { return device.objectPath == objectPath; });
+    return std::any_of(devices.begin(), devices.end(), [&](const AnnouncedDevice& other) {
+        return other.objectPath == device.objectPath && !other.isReplacedBy(device);
+    });
 }
 
 } // namespace
@@ -106,10 +81,7 @@ void UdevSource::showWhenSettled()
         return;
     }
     const std::vector<BlockDevice> blocks = _udev->devices();
-    const bool areComplete = std::all_of(blocks.begin(), blocks.end(), [this](const BlockDevice& block) {
-        return isComplete(block) || !entryFor(block);
-    });
-    if (areComplete) {
+    if (unfinished(blocks).isEmpty()) {
         show(blocks);
     }
 }
@@ -117,15 +89,10 @@ void UdevSource::showWhenSettled()
 void UdevSource::showAfterAll()
 {
     const std::vector<BlockDevice> blocks = _udev->devices();
-    QStringList names;
-    for (const BlockDevice& block : blocks) {
-        if (!isComplete(block) && entryFor(block)) {
-            names += QString::fromUtf8(block.name());
-        }
-    }
+    const QStringList names = unfinished(blocks);
     Q_EMIT noted(QStringLiteral("udev has not settled in %1 s; not shown until it has dealt with them: %2")
-                     .arg(_patience.interval() / 1000)
-                     .arg(names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "))));
+                     .arg(QString::number(_patience.interval() / 1000),
+                          names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "))));
     show(blocks);
 }
 
@@ -133,7 +100,7 @@ void UdevSource::show(const std::vector<BlockDevice>& blocks)
 {
     _patience.stop();
     for (const BlockDevice& block : blocks) {
-        const std::optional<Entry> entry = isComplete(block) ? entryFor(block) : std::nullopt;
+        const std::optional<Entry> entry = entryFor(block);
         if (entry) {
             _entries.push_back(*entry);
         }
@@ -150,7 +117,6 @@ void UdevSource::announceMissed()
     if (const auto last = _lastState.read()) {
         announceSince(*last);
     }
-    _lastState.write(announcedDevices());
     _phase = Phase::Following;
     follow();
 }
@@ -159,14 +125,12 @@ void UdevSource::announceSince(const std::vector<AnnouncedDevice>& last)
 {
     const std::vector<AnnouncedDevice> now = announcedDevices();
     for (auto before = last.rbegin(); before != last.rend(); ++before) {
-        const auto match = entryWith(now, before->objectPath);
-        if (match == now.end() || before->isReplacedBy(*match)) {
+        if (!holds(now, *before)) {
             Q_EMIT removed(before->objectPath);
         }
     }
     for (const AnnouncedDevice& device : now) {
-        const auto match = entryWith(last, device.objectPath);
-        if (match == last.end() || match->isReplacedBy(device)) {
+        if (!holds(last, device)) {
             Q_EMIT added(device.objectPath);
         }
     }
@@ -188,13 +152,12 @@ void UdevSource::follow()
     }
 }
 
-/// What a crash of udev's has swallowed shows now, and partitions that the kernel kept while their card was
-/// out.
+/// Shows what a crash of udev has swallowed, and partitions that the kernel kept while their card was out.
 void UdevSource::lookAround()
 {
     follow();
     if (_phase == Phase::Following) {
-        reconcile(false);
+        reconcile();
         _lastState.write(announcedDevices());
     }
 }
@@ -209,7 +172,7 @@ bool UdevSource::handle(const Udev::Event& event)
         return true;
     }
     if (event.kind == Udev::Event::Kind::Lost) {
-        reconcile(true);
+        reconcile();
     } else if (event.kind == Udev::Event::Kind::Gone) {
         remove(event.device.objectPath());
     } else {
@@ -218,22 +181,16 @@ bool UdevSource::handle(const Udev::Event& event)
     return true;
 }
 
-void UdevSource::reconcile(bool hasLost)
+void UdevSource::reconcile()
 {
-    std::map<QString, Entry> now;
     const std::vector<BlockDevice> blocks = _udev->devices();
+    QSet<QString> present;
     for (const BlockDevice& block : blocks) {
-        const std::optional<Entry> entry = isComplete(block) ? entryFor(block) : std::nullopt;
-        if (entry) {
-            now.emplace(block.objectPath(), *entry);
-        }
+        present.insert(block.objectPath());
     }
-    for (const AnnouncedDevice& before : announcedDevices()) {
-        const auto match = now.find(before.objectPath);
-        const bool isGone = match == now.end();
-        if (isGone ||
-            (hasLost && before.isReplacedBy(announced(match->second.block, match->second.shown.device)))) {
-            remove(before.objectPath);
+    for (const AnnouncedDevice& device : announcedDevices()) {
+        if (!present.contains(device.objectPath)) {
+            remove(device.objectPath);
         }
     }
     for (const BlockDevice& block : blocks) {
@@ -244,14 +201,14 @@ void UdevSource::reconcile(bool hasLost)
 /// The one way from udev's device to a shown one.
 void UdevSource::settle(const BlockDevice& block, bool isChange)
 {
-    const std::optional<Entry> now = isComplete(block) ? entryFor(block) : std::nullopt;
-    Entry* known = find(block.objectPath());
-    if (known != nullptr && (!now || isAnother(known->block, block))) {
+    const std::optional<Entry> now = entryFor(block);
+    const Entry* known = find(block.objectPath());
+    if (known != nullptr && (!now || (!isChange && known->announced().isReplacedBy(now->announced())))) {
         remove(block.objectPath());
         known = nullptr;
     }
     if (now && known != nullptr) {
-        update(*known, *now, isChange);
+        update(*now, isChange);
     } else if (now) {
         add(*now);
     }
@@ -261,21 +218,19 @@ void UdevSource::add(const Entry& entry)
 {
     _entries.push_back(entry);
     sort();
-    Q_EMIT added(entry.shown.device.objectPath);
+    Q_EMIT added(entry.path());
     refresh(entry.shown.relatives);
 }
 
-void UdevSource::update(Entry& known, const Entry& now, bool isChange)
+void UdevSource::update(const Entry& now, bool isChange)
 {
-    const bool isEmptied = hasMedium(known.shown.device) && !hasMedium(now.shown.device);
-    const bool isDifferent = differs(known.shown.device, now.shown.device);
-    known = now;
+    const Device before = std::exchange(*find(now.path()), now).shown.device;
     sort();
-    if (isEmptied) {
+    if (hasMedium(before) && !hasMedium(now.shown.device)) {
         removePartitionsOf(now.block);
     }
-    if (isDifferent || isChange) {
-        Q_EMIT changed(now.shown.device.objectPath);
+    if (isChange || differs(before, now.shown.device)) {
+        Q_EMIT changed(now.path());
     }
 }
 
@@ -288,9 +243,7 @@ void UdevSource::remove(const QString& objectPath)
     const Entry gone = *entry;
     removePartitionsOf(gone.block);
     Q_EMIT removed(objectPath);
-    _entries.erase(std::remove_if(_entries.begin(), _entries.end(),
-                                  [&](const Entry& at) { return at.shown.device.objectPath == objectPath; }),
-                   _entries.end());
+    _entries.erase(_entries.begin() + (find(objectPath) - _entries.data()));
     refresh(gone.shown.relatives);
 }
 
@@ -299,7 +252,7 @@ void UdevSource::removePartitionsOf(const BlockDevice& disk)
     QStringList partitions;
     for (const Entry& entry : _entries) {
         if (entry.block.isPartition() && entry.block.diskPath() == disk.path()) {
-            partitions.prepend(entry.shown.device.objectPath);
+            partitions.prepend(entry.path());
         }
     }
     for (const QString& partition : partitions) {
@@ -307,38 +260,46 @@ void UdevSource::removePartitionsOf(const BlockDevice& disk)
     }
 }
 
-/// These show something of a device that has come or gone.
+/// Each shows something of a device that has come or gone.
 void UdevSource::refresh(const QStringList& objectPaths)
 {
     for (const QString& path : objectPaths) {
-        Entry* known = find(path);
+        const Entry* known = find(path);
         const bool isThere = known != nullptr && _sysfs.exists(known->block.path());
         const std::optional<Entry> now = isThere ? entryFor(known->block) : std::nullopt;
         if (now) {
-            update(*known, *now, false);
+            update(*now, false);
         }
     }
 }
 
 // --- entries
 
-/// Without udev nothing more can be known of a device than the kernel says.
-bool UdevSource::isComplete(const BlockDevice& block) const
-{
-    return block.isInitialized() || !_udev->isRunning();
-}
-
+/// Nothing for what is not shown, and for a device that udev has not dealt with. Without udev nothing more
+/// can be known of a device than the kernel says.
 std::optional<UdevSource::Entry> UdevSource::entryFor(const BlockDevice& block) const
 {
+    const bool isFinished = block.isInitialized() || !_udev->isRunning();
     const std::optional<UdevDevice> shown = shownAs(block, _sysfs, _bootTime);
-    return shown ? std::make_optional(Entry{block, *shown}) : std::nullopt;
+    return shown && isFinished ? std::make_optional(Entry{block, *shown}) : std::nullopt;
+}
+
+/// The names of devices that will be shown when udev has dealt with them.
+QStringList UdevSource::unfinished(const std::vector<BlockDevice>& blocks) const
+{
+    QStringList names;
+    for (const BlockDevice& block : blocks) {
+        if (!block.isInitialized() && shownAs(block, _sysfs, _bootTime)) {
+            names += QString::fromUtf8(block.name());
+        }
+    }
+    return names;
 }
 
 UdevSource::Entry* UdevSource::find(const QString& path)
 {
-    const auto match = std::find_if(_entries.begin(), _entries.end(), [&](const Entry& entry) {
-        return entry.shown.device.objectPath == path;
-    });
+    const auto match = std::find_if(_entries.begin(), _entries.end(),
+                                    [&](const Entry& entry) { return entry.path() == path; });
     return match != _entries.end() ? &*match : nullptr;
 }
 
@@ -346,7 +307,7 @@ std::vector<AnnouncedDevice> UdevSource::announcedDevices() const
 {
     std::vector<AnnouncedDevice> result;
     for (const Entry& entry : _entries) {
-        result.push_back(announced(entry.block, entry.shown.device));
+        result.push_back(entry.announced());
     }
     return result;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -49,8 +48,10 @@ private:
     {
         BlockDevice block;
         UdevDevice shown;
+
+        const QString& path() const { return shown.device.objectPath; }
+        AnnouncedDevice announced() const { return AnnouncedDevice::of(block, shown.device); }
     };
-    using Entries = std::vector<Entry>;
 
     void showWhenSettled();
     void showAfterAll();
@@ -61,16 +62,16 @@ private:
     void follow();
     void lookAround();
     bool handle(const Udev::Event& event);
-    void reconcile(bool hasLost);
+    void reconcile();
 
     void settle(const BlockDevice& block, bool isChange);
     void add(const Entry& entry);
-    void update(Entry& known, const Entry& now, bool isChange);
+    void update(const Entry& now, bool isChange);
     void remove(const QString& objectPath);
     void removePartitionsOf(const BlockDevice& disk);
     void refresh(const QStringList& objectPaths);
 
-    bool isComplete(const BlockDevice& block) const;
+    QStringList unfinished(const std::vector<BlockDevice>& blocks) const;
     std::optional<Entry> entryFor(const BlockDevice& block) const;
     Entry* find(const QString& path);
     std::vector<AnnouncedDevice> announcedDevices() const;
@@ -82,5 +83,5 @@ private:
     qlonglong _bootTime;
     QTimer _patience;
     Phase _phase = Phase::Waiting;
-    Entries _entries; ///< what has been announced, in the order of enumeration
+    std::vector<Entry> _entries; ///< what has been announced, in the order of enumeration
 };

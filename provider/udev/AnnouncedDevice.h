@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QMap>
+#include <QString>
+
+#include "provider/Device.h"
+#include "provider/udev/BlockDevice.h"
+
+/// A device that was announced, with what tells it from another one under its name.
+struct AnnouncedDevice
+{
+    QString objectPath;
+    QMap<QString, QString> identity;
+
+    static AnnouncedDevice of(const BlockDevice& block, const Device& device);
+
+    /// Whether the other one is another device, or holds another medium. What one of both does not know
+    /// decides nothing: a drive that was empty is the same with a disc.
+    bool isReplacedBy(const AnnouncedDevice& other) const;
+};

@@ -1,0 +1,91 @@
+#include <algorithm>
+
+#include <gmock/gmock.h>
+
+#include <QDBusObjectPath>
+
+#include "provider/DeviceView.h"
+#include "provider/udev/UdevDevice.h"
+#include "tests/provider/udev/RecordedMachine.h"
+
+namespace {
+
+/// 2023-11-14 22:13:20 UTC, in microseconds.
+constexpr qlonglong BootTime = 1700000000000000;
+
+std::string written(const QVariant& value)
+{
+    if (value.userType() == qMetaTypeId<QDBusObjectPath>()) {
+        return value.value<QDBusObjectPath>().path().section(QLatin1Char('/'), -1).toStdString();
+    }
+    const QString text = value.userType() == QMetaType::QStringList
+                             ? value.toStringList().join(QStringLiteral(" | "))
+                             : value.toString();
+    return QString(text).replace(QLatin1Char('\n'), QStringLiteral("\\n")).toStdString();
+}
+
+std::string joined(const std::vector<std::string>& lines)
+{
+    std::string result;
+    for (const std::string& line : lines) {
+        result += line + "\n";
+    }
+    return result;
+}
+
+/// All that is shown and not empty, as the records write it.
+std::vector<std::string> shown(const std::optional<UdevDevice>& device)
+{
+    if (!device) {
+        return {"not shown"};
+    }
+    std::vector<std::string> lines;
+    const QVariantMap& properties = device->device.properties;
+    for (auto property = properties.begin(); property != properties.end(); ++property) {
+        const std::string text = written(*property);
+        if (!text.empty() && text != "false" && text != "0") {
+            lines.push_back(property.key().toStdString() + ": " + text);
+        }
+    }
+    if (device->device.partitionAttributes != 0) {
+        lines.push_back("GPT attributes: " +
+                        QString::number(device->device.partitionAttributes, 16).toStdString());
+    }
+    return lines;
+}
+
+class RecordTest : public testing::TestWithParam<std::string>
+{
+protected:
+    RecordedMachine machine{{GetParam()}};
+};
+
+} // namespace
+
+TEST_P(RecordTest, IsShownInFull)
+{
+    for (const BlockDevice& device : machine.devices()) {
+        const std::string name = device.name().toStdString();
+        EXPECT_EQ(joined(shown(shownAs(device, machine.sysfs(), BootTime))), joined(machine.expected(name)))
+            << name;
+    }
+}
+
+TEST_P(RecordTest, HasEveryPropertyInTheTypeOfTheInterface)
+{
+    for (const BlockDevice& device : machine.devices()) {
+        const auto found = shownAs(device, machine.sysfs(), BootTime);
+        const QVariantMap properties = found ? found->device.properties : QVariantMap();
+        for (auto given = properties.begin(); given != properties.end(); ++given) {
+            const QVariant empty = DeviceView::property(Device(), given.key()).value_or(QVariant());
+            EXPECT_EQ(given->userType(), empty.userType()) << given.key().toStdString();
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, RecordTest, testing::ValuesIn(RecordedMachine::allNames()),
+                         [](const auto& each) {
+                             std::string name = each.param;
+                             name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
+                             return name;
+                         });
