@@ -13,7 +13,8 @@ class BlockDevice
 public:
     using Properties = QMap<QByteArray, QByteArray>;
 
-    explicit BlockDevice(Properties properties = {});
+    BlockDevice() = default;
+    explicit BlockDevice(Properties properties);
 
     /// Below sysfs: "/devices/pci0000:00/.../block/sda/sda1".
     QByteArray path() const { return value("DEVPATH"); }

@@ -44,7 +44,9 @@ UdevSource::UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs, LastState lastSt
     , _bootTime(startOfClock())
 {
     // Without this no two values that hold a path are equal.
-    QMetaType::registerComparators<QDBusObjectPath>();
+    if (!QMetaType::hasRegisteredComparators<QDBusObjectPath>()) {
+        QMetaType::registerComparators<QDBusObjectPath>();
+    }
     _patience.setSingleShot(true);
     _patience.setInterval(patience);
     connect(&_patience, &QTimer::timeout, this, &UdevSource::showAfterAll);
@@ -186,7 +188,9 @@ void UdevSource::reconcile()
     const std::vector<BlockDevice> blocks = _udev->devices();
     QSet<QString> present;
     for (const BlockDevice& block : blocks) {
-        present.insert(block.objectPath());
+        if (isFinished(block)) {
+            present.insert(block.objectPath());
+        }
     }
     for (const AnnouncedDevice& device : announcedDevices()) {
         if (!present.contains(device.objectPath)) {
@@ -202,7 +206,7 @@ void UdevSource::reconcile()
 void UdevSource::settle(const BlockDevice& block, bool isChange)
 {
     const std::optional<Entry> now = entryFor(block);
-    const Entry* known = find(block.objectPath());
+    const Entry* known = entryOf(block.objectPath());
     if (known != nullptr && (!now || (!isChange && known->announced().isReplacedBy(now->announced())))) {
         remove(block.objectPath());
         known = nullptr;
@@ -224,7 +228,7 @@ void UdevSource::add(const Entry& entry)
 
 void UdevSource::update(const Entry& now, bool isChange)
 {
-    const Device before = std::exchange(*find(now.path()), now).shown.device;
+    const Device before = std::exchange(*entryOf(now.path()), now).shown.device;
     sort();
     if (hasMedium(before) && !hasMedium(now.shown.device)) {
         removePartitionsOf(now.block);
@@ -236,14 +240,14 @@ void UdevSource::update(const Entry& now, bool isChange)
 
 void UdevSource::remove(const QString& objectPath)
 {
-    const Entry* entry = find(objectPath);
+    const Entry* entry = entryOf(objectPath);
     if (entry == nullptr) {
         return;
     }
     const Entry gone = *entry;
     removePartitionsOf(gone.block);
     Q_EMIT removed(objectPath);
-    _entries.erase(_entries.begin() + (find(objectPath) - _entries.data()));
+    _entries.erase(_entries.begin() + (entryOf(objectPath) - _entries.data()));
     refresh(gone.shown.relatives);
 }
 
@@ -264,7 +268,7 @@ void UdevSource::removePartitionsOf(const BlockDevice& disk)
 void UdevSource::refresh(const QStringList& objectPaths)
 {
     for (const QString& path : objectPaths) {
-        const Entry* known = find(path);
+        const Entry* known = entryOf(path);
         const bool isThere = known != nullptr && _sysfs.exists(known->block.path());
         const std::optional<Entry> now = isThere ? entryFor(known->block) : std::nullopt;
         if (now) {
@@ -275,13 +279,18 @@ void UdevSource::refresh(const QStringList& objectPaths)
 
 // --- entries
 
-/// Nothing for what is not shown, and for a device that udev has not dealt with. Without udev nothing more
-/// can be known of a device than the kernel says.
+/// Whether all is known that can be. Without udev that is what the kernel says.
+bool UdevSource::isFinished(const BlockDevice& block) const
+{
+    return block.isInitialized() || !_udev->isRunning();
+}
+
+/// Nothing for what is not shown, and for a device that udev has not dealt with.
 std::optional<UdevSource::Entry> UdevSource::entryFor(const BlockDevice& block) const
 {
-    const bool isFinished = block.isInitialized() || !_udev->isRunning();
-    const std::optional<UdevDevice> shown = shownAs(block, _sysfs, _bootTime);
-    return shown && isFinished ? std::make_optional(Entry{block, *shown}) : std::nullopt;
+    const std::optional<UdevDevice> shown =
+        isFinished(block) ? shownAs(block, _sysfs, _bootTime) : std::nullopt;
+    return shown ? std::make_optional(Entry{block, *shown}) : std::nullopt;
 }
 
 /// The names of devices that will be shown when udev has dealt with them.
@@ -289,14 +298,14 @@ QStringList UdevSource::unfinished(const std::vector<BlockDevice>& blocks) const
 {
     QStringList names;
     for (const BlockDevice& block : blocks) {
-        if (!block.isInitialized() && shownAs(block, _sysfs, _bootTime)) {
+        if (!isFinished(block) && shownAs(block, _sysfs, _bootTime)) {
             names += QString::fromUtf8(block.name());
         }
     }
     return names;
 }
 
-UdevSource::Entry* UdevSource::find(const QString& path)
+UdevSource::Entry* UdevSource::entryOf(const QString& path)
 {
     const auto match = std::find_if(_entries.begin(), _entries.end(),
                                     [&](const Entry& entry) { return entry.path() == path; });

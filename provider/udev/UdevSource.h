@@ -72,8 +72,9 @@ private:
     void refresh(const QStringList& objectPaths);
 
     QStringList unfinished(const std::vector<BlockDevice>& blocks) const;
+    bool isFinished(const BlockDevice& block) const;
     std::optional<Entry> entryFor(const BlockDevice& block) const;
-    Entry* find(const QString& path);
+    Entry* entryOf(const QString& path);
     std::vector<AnnouncedDevice> announcedDevices() const;
     void sort();
 

@@ -28,12 +28,18 @@ RecordedMachine::RecordedMachine(const std::vector<std::string>& names)
     }
 }
 
-BlockDevice RecordedMachine::device(const std::string& name) const
+BlockDevice RecordedMachine::device(const std::string& name, const BlockDevice::Properties& others) const
 {
-    const auto match = std::find_if(_devices.begin(), _devices.end(), [&](const BlockDevice& device) {
-        return device.name().toStdString() == name;
-    });
-    return match != _devices.end() ? *match : throw std::runtime_error("no device " + name);
+    const auto match = std::find_if(_order.begin(), _order.end(),
+                                    [&](const std::string& path) { return nameOf(path) == name; });
+    if (match == _order.end()) {
+        throw std::runtime_error("no device " + name);
+    }
+    BlockDevice::Properties properties = _properties.at(*match);
+    for (auto other = others.begin(); other != others.end(); ++other) {
+        properties[other.key()] = other.value();
+    }
+    return BlockDevice(properties);
 }
 
 void RecordedMachine::setAttribute(const std::string& path, const std::string& value) const

@@ -24,11 +24,13 @@ public:
     Sysfs sysfs() const { return Sysfs(_directory.path()); }
     /// In the order of the files.
     const std::vector<BlockDevice>& devices() const { return _devices; }
-    BlockDevice device(const std::string& name) const;
+    /// The one with this kernel name, with some of udev's properties others than recorded.
+    BlockDevice device(const std::string& name, const BlockDevice::Properties& others = {}) const;
     /// What the file says is shown of the device with this kernel name, line by line.
     std::vector<std::string> expected(const std::string& name) const { return _expected.at(name); }
     /// Writes an attribute, with its line feed, as the kernel does.
     void setAttribute(const std::string& path, const std::string& value) const;
+    void link(const std::string& path, const std::string& target) const;
     void removeFromSysfs(const std::string& path) const;
 
     static std::vector<std::string> allNames();
@@ -36,7 +38,6 @@ public:
 private:
     void read(const std::string& name);
     void apply(const std::string& line);
-    void link(const std::string& path, const std::string& target) const;
 
     TemporaryDirectory _directory;
     std::string _path;
