@@ -12,6 +12,9 @@ struct AnnouncedDevice
     QString objectPath;
     QMap<QString, QString> identity;
 
+    /// The token that changes with what is on the device.
+    inline static const QString CONTENT = QStringLiteral("uuid");
+
     static AnnouncedDevice of(const BlockDevice& block, const Device& device);
 
     /// Whether the other one is another device, or holds another medium. What one of both does not know

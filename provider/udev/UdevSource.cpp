@@ -207,7 +207,7 @@ void UdevSource::settle(const BlockDevice& block, bool isChange)
 {
     const std::optional<Entry> now = entryFor(block);
     const Entry* known = entryOf(block.objectPath());
-    if (known != nullptr && (!now || (!isChange && known->announced().isReplacedBy(now->announced())))) {
+    if (known != nullptr && (!now || isReplaced(*known, *now, isChange))) {
         remove(block.objectPath());
         known = nullptr;
     }
@@ -216,6 +216,16 @@ void UdevSource::settle(const BlockDevice& block, bool isChange)
     } else if (now) {
         add(*now);
     }
+}
+
+/// What udev calls a change may be one of the content or of the medium.
+bool UdevSource::isReplaced(const Entry& before, const Entry& now, bool isChange)
+{
+    AnnouncedDevice known = before.announced();
+    if (isChange) {
+        known.identity.remove(AnnouncedDevice::CONTENT);
+    }
+    return known.isReplacedBy(now.announced());
 }
 
 void UdevSource::add(const Entry& entry)

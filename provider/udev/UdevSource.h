@@ -65,6 +65,7 @@ private:
     void reconcile();
 
     void settle(const BlockDevice& block, bool isChange);
+    static bool isReplaced(const Entry& before, const Entry& now, bool isChange);
     void add(const Entry& entry);
     void update(const Entry& now, bool isChange);
     void remove(const QString& objectPath);

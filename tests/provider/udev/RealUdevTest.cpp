@@ -5,12 +5,15 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <sstream>
 
 #include <fcntl.h>
 #include <linux/loop.h>
+#include <linux/netlink.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -20,6 +23,7 @@
 #include <QDBusObjectPath>
 
 #include "provider/Descriptor.h"
+#include "provider/udev/LibUdev.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
 #include "tests/support/MachineProvider.h"
@@ -29,6 +33,8 @@ namespace fs = std::filesystem;
 using namespace UDisksClient;
 using namespace std::chrono_literals;
 using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::Not;
 
 namespace {
@@ -68,6 +74,12 @@ int freeLoopDevice()
     return ioctl(control.get(), LOOP_CTL_GET_FREE);
 }
 
+/// Has the kernel announce a device once more.
+void announceAgain(const std::string& name, const char* action)
+{
+    std::ofstream(fs::path(SYSFS) / "class/block" / name / "uevent") << action;
+}
+
 /// An image attached by losetup, as a disk with the partitions that are on it; `name` is loop0 or so.
 class Disk
 {
@@ -102,7 +114,7 @@ public:
                 char colon = 0;
                 std::ifstream(entry.path() / "dev") >> majorNumber >> colon >> minorNumber;
                 mknod(("/dev/" + name).c_str(), S_IFBLK | 0660, makedev(majorNumber, minorNumber));
-                std::ofstream(fs::path(SYSFS) / "class/block" / name / "uevent") << "change";
+                announceAgain(name, "change");
             }
         }
     }
@@ -142,6 +154,59 @@ private:
 
     std::string _name;
 };
+
+/// What udev announces to those who listen, byte for byte.
+class Announcements
+{
+public:
+    Announcements()
+        : _socket(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT))
+    {
+        _address.nl_family = AF_NETLINK;
+        _address.nl_groups = 2; // udev's; the kernel's is 1
+        const timeval bound{5, 0};
+        setsockopt(_socket.get(), SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof(bound));
+        bind(_socket.get(), address(), sizeof(_address));
+    }
+
+    /// Empty if there is none for seconds.
+    std::string nextOf(const std::string& device) const
+    {
+        std::string message = next();
+        while (!message.empty() && message.find("/block/" + device + '\0') == std::string::npos) {
+            message = next();
+        }
+        return message;
+    }
+    void send(const std::string& message) const
+    {
+        sendto(_socket.get(), message.data(), message.size(), 0, address(), sizeof(_address));
+    }
+
+private:
+    std::string next() const
+    {
+        std::string message(8192, '\0');
+        const ssize_t length = recv(_socket.get(), message.data(), message.size(), 0);
+        message.resize(static_cast<size_t>(std::max<ssize_t>(length, 0)));
+        return message;
+    }
+
+    const sockaddr* address() const { return reinterpret_cast<const sockaddr*>(&_address); }
+
+    Descriptor _socket;
+    sockaddr_nl _address = {};
+};
+
+/// What the first list has more often than the second.
+std::vector<std::string> difference(std::vector<std::string> first, std::vector<std::string> second)
+{
+    std::sort(first.begin(), first.end());
+    std::sort(second.begin(), second.end());
+    std::vector<std::string> result;
+    std::set_difference(first.begin(), first.end(), second.begin(), second.end(), std::back_inserter(result));
+    return result;
+}
 
 class RealUdevTest : public testing::Test
 {
@@ -194,9 +259,10 @@ protected:
         return waitFor([&] { return provider->output().find(text) != std::string::npos; }, 10s);
     }
 
-    std::string image(std::vector<std::string> formatter) const
+    /// Each in a file of its own.
+    std::string image(std::vector<std::string> formatter)
     {
-        std::string file = directory.path() + "/image";
+        std::string file = directory.path() + "/image" + std::to_string(++images);
         std::ofstream(file).flush();
         fs::resize_file(file, 16 << 20);
         formatter.push_back(file);
@@ -205,9 +271,17 @@ protected:
         return file;
     }
 
-    std::string partitionedImage(const std::string& table) const
+    std::string partitionedImage(const std::string& table)
     {
         return image({"bash", "-c", "printf '" + table + "' | sfdisk --quiet \"$0\""});
+    }
+
+    /// How many of the disk and its partitions are shown.
+    static long enumeratedOf(const std::string& disk)
+    {
+        const std::vector<std::string> names = enumerate();
+        return std::count_if(names.begin(), names.end(),
+                             [&](const std::string& name) { return name.rfind(disk, 0) == 0; });
     }
 
     static bool appears(const std::string& name)
@@ -221,12 +295,26 @@ protected:
         return waitFor([&] { return text(name, "PartitionScheme").toStdString() == scheme; }, 10s);
     }
 
+    /// udev's rules have run for the device, and found a file system.
+    static bool isIdentified(const Disk& disk)
+    {
+        return waitFor(
+            [&] {
+                std::ifstream entry("/run/udev/data/b7:" + disk.name().substr(4));
+                std::ostringstream content;
+                content << entry.rdbuf();
+                return content.str().find("ID_FS_TYPE=") != std::string::npos;
+            },
+            10s);
+    }
+
     static bool vanishes(const std::string& name)
     {
         return waitFor([&] { return testing::Value(enumerate(), Not(Contains(name))); }, 10s);
     }
 
     TemporaryDirectory directory;
+    int images = 0;
     std::unique_ptr<Process> udevd;
     std::unique_ptr<Process> provider;
 };
@@ -309,4 +397,101 @@ TEST_F(RealUdevTest, ShowsThePartitionsOfAGptDisk)
     ASSERT_TRUE(showsScheme(name, "gpt"));
     EXPECT_EQ(text(name, "PartitionType").toStdString(), "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7");
     EXPECT_EQ(property(name, "PartitionFlags").toStringList(), QStringList(QStringLiteral("required")));
+}
+
+TEST_F(RealUdevTest, AnnouncesTwoHundredPartitionsOnceEachWhenTheyComeAndWhenTheyGo)
+{
+    std::string table = "label: gpt\ngrain: 512\n";
+    for (int partition = 0; partition < 100; ++partition) {
+        table += "size=64K\n";
+    }
+    const std::string file = partitionedImage(table);
+    Signals signalLog;
+    std::vector<std::string> expected;
+    for (int round = 0; round < 2; ++round) {
+        Disk disk(file);
+        const std::string name = disk.name();
+        runProgram({"partx", "--add", disk.node()}, {}, 30s);
+        for (int partition = 1; partition <= 100; ++partition) {
+            expected.push_back("DeviceAdded " + disk.partition(partition));
+            expected.push_back("DeviceRemoved " + disk.partition(partition));
+        }
+        expected.push_back("DeviceAdded " + name);
+        expected.push_back("DeviceRemoved " + name);
+        ASSERT_TRUE(waitFor([&] { return enumeratedOf(name) == 101; }, 30s)) << enumeratedOf(name);
+        runProgram({"partx", "--delete", disk.node()}, {}, 30s);
+        disk.detach();
+        ASSERT_TRUE(waitFor([&] { return enumeratedOf(name) == 0; }, 30s)) << enumeratedOf(name);
+    }
+    std::vector<std::string> announced;
+    const auto isComplete = [&] {
+        announced = signalLog.atLeast(0);
+        announced.erase(
+            std::remove_if(announced.begin(), announced.end(),
+                           [](const std::string& line) { return line.find("Changed") != line.npos; }),
+            announced.end());
+        return announced.size() >= expected.size();
+    };
+    EXPECT_TRUE(waitFor(isComplete, 30s));
+    EXPECT_THAT(difference(expected, announced), IsEmpty()) << "lost";
+    EXPECT_THAT(difference(announced, expected), IsEmpty()) << "announced too often";
+}
+
+TEST_F(RealUdevTest, AnnouncesWhatCameAndWentWhileItDidNotRun)
+{
+    Disk kept(image({"mkfs.ext4", "-q", "-L", "KEPT"}));
+    Disk pulled(image({"mkfs.ext4", "-q", "-L", "PULLED"}));
+    ASSERT_TRUE(appears(kept.name()) && appears(pulled.name()));
+    provider->send(SIGKILL);
+    provider->waitForEnd();
+    const std::string before = pulled.name();
+    const Disk plugged(image({"mkfs.ext4", "-q", "-L", "PLUGGED"}));
+    pulled.detach();
+    ASSERT_TRUE(isIdentified(plugged));
+    Signals signalLog;
+    startProvider();
+    EXPECT_THAT(signalLog.atLeast(2),
+                ElementsAre("DeviceRemoved " + before, "DeviceAdded " + plugged.name()));
+    EXPECT_EQ(text(plugged.name(), "IdLabel").toStdString(), "PLUGGED");
+}
+
+TEST_F(RealUdevTest, LosesNothingWhenUdevIsRestarted)
+{
+    Disk kept(image({"mkfs.ext4", "-q", "-L", "KEPT"}));
+    Disk pulled(image({"mkfs.ext4", "-q", "-L", "PULLED"}));
+    ASSERT_TRUE(appears(kept.name()) && appears(pulled.name()));
+    const std::string before = pulled.name();
+    udevd->send(SIGKILL);
+    udevd->waitForEnd();
+    fs::remove("/run/udev/control");
+    pulled.detach();
+    startUdev();
+    announceAgain(kept.name(), "change");
+    EXPECT_TRUE(vanishes(before));
+    const Disk plugged(image({"mkfs.ext4", "-q", "-L", "PLUGGED"}));
+    EXPECT_TRUE(waitFor([&] { return text(plugged.name(), "IdLabel").toStdString() == "PLUGGED"; }, 10s));
+    EXPECT_EQ(text(kept.name(), "IdLabel").toStdString(), "KEPT");
+}
+
+TEST_F(RealUdevTest, NoticesThatAnnouncementsWereLost)
+{
+    const Announcements announcements;
+    const Disk disk(image({"mkfs.ext4", "-q"}));
+    const std::string one = announcements.nextOf(disk.name());
+    ASSERT_EQ(one.substr(0, 7), "libudev");
+    LibUdev udev;
+    EXPECT_EQ(udev.receive().kind, Udev::Event::Kind::None);
+    const Announcements sender;
+    sender.send(one);
+    EXPECT_EQ(udev.receive().device.name().toStdString(), disk.name());
+    for (int count = 0; count < 40000; ++count) {
+        sender.send(one);
+    }
+    EXPECT_EQ(udev.receive().kind, Udev::Event::Kind::Lost);
+    int kept = 0;
+    while (udev.receive().kind != Udev::Event::Kind::None) {
+        ++kept;
+    }
+    EXPECT_GT(kept, 4000) << "of announcements that a plain socket would lose";
+    EXPECT_LT(kept, 40000);
 }

@@ -19,7 +19,7 @@ class Watched
 {
 public:
     Watched(const RecordedMachine& machine, std::vector<BlockDevice> present, const std::string& stateFile,
-        std::chrono::milliseconds patience = 60s)
+            std::chrono::milliseconds patience = 60s)
         : source(std::unique_ptr<Udev>(udev), machine.sysfs(), LastState(stateFile), patience)
     {
         udev->database = std::move(present);
@@ -100,7 +100,8 @@ protected:
 
 TEST_F(UdevSourceTest, ShowsWhatIsThereInTheOrderOfThePlacesWithoutAnnouncingIt)
 {
-    Watched here(machine, devices({"dm-0", "loop1", "sdb1", "sdb", "sda5", "sda2", "sda1", "sda"}), stateFile);
+    Watched here(machine, devices({"dm-0", "loop1", "sdb1", "sdb", "sda5", "sda2", "sda1", "sda"}),
+                 stateFile);
     here.start();
     EXPECT_THAT(here.news(), ElementsAre("ready"));
     EXPECT_THAT(here.names(), ElementsAre("sdb", "sdb1", "sda", "sda1", "sda2", "sda5", "dm_2d0"));
@@ -264,6 +265,16 @@ TEST_F(UdevSourceTest, AnnouncesAnotherDeviceUnderAnOldName)
     here.news();
     here.udev->announce(Kind::Came, device("sdb", {{"USEC_INITIALIZED", "999999999"}}));
     EXPECT_THAT(here.news(), ElementsAre("removed sdb", "added sdb"));
+}
+
+TEST_F(UdevSourceTest, AnnouncesAnotherFileBehindALoopDeviceAsAnotherDevice)
+{
+    Watched here = run({"loop0"});
+    here.start();
+    here.news();
+    machine.setAttribute(device("loop0").path().toStdString() + "/loop/backing_file", "/tmp/other");
+    here.udev->announce(Kind::Changed, device("loop0"));
+    EXPECT_THAT(here.news(), ElementsAre("removed loop0", "added loop0"));
 }
 
 TEST_F(UdevSourceTest, ShowsOnOtherDevicesWhatComesAndGoes)
