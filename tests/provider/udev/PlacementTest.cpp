@@ -103,4 +103,10 @@ TEST(PlacementTest, OfWhatIsMadeOfOtherDevicesIsTheirs)
     machine.link("/devices/virtual/block/dm-7/slaves/dm-0", "/devices/virtual/block/dm-0");
     const BlockDevice onTop({{"DEVPATH", "/devices/virtual/block/dm-7"}});
     EXPECT_FALSE(placementOf(onTop, machine.sysfs()).isInternal);
+    const std::string esata = "/devices/pci0000:00/ata9/block/sdz";
+    machine.setAttribute(esata + "/removable", "1");
+    machine.setAttribute(esata + "/sdz1/partition", "1");
+    machine.link("/devices/virtual/block/dm-8/slaves/sdz1", esata + "/sdz1");
+    EXPECT_FALSE(
+        placementOf(BlockDevice({{"DEVPATH", "/devices/virtual/block/dm-8"}}), machine.sysfs()).isInternal);
 }

@@ -83,6 +83,41 @@ TEST_P(RecordTest, HasEveryPropertyInTheTypeOfTheInterface)
     }
 }
 
+TEST(UdevDeviceTest, IsNotShownWithoutANumber)
+{
+    const RecordedMachine machine({"sata"});
+    const BlockDevice hidden = machine.device("sda", {{"MAJOR", ""}, {"MINOR", ""}});
+    EXPECT_EQ(shown(shownAs(hidden, machine.sysfs(), BootTime)), std::vector<std::string>{"not shown"});
+}
+
+TEST(UdevDeviceTest, NoticesOnlyAnAnnouncedChangeOfTheMedium)
+{
+    const RecordedMachine machine({"stick"});
+    machine.setAttribute(machine.device("sdb").path().toStdString() + "/events", "");
+    const auto stick = shownAs(machine.device("sdb"), machine.sysfs(), BootTime);
+    EXPECT_EQ(stick->device.properties.value(QStringLiteral("DeviceIsMediaChangeDetected")), QVariant(false));
+}
+
+TEST(UdevDeviceTest, HasALabelThatEndsAtANul)
+{
+    EXPECT_EQ(BlockDevice({{"LABEL", "A\\x00B"}}).decodedText("LABEL"), QStringLiteral("A"));
+}
+
+TEST(SysfsTest, SortsNamesAndHasNothingForWhatIsNotThere)
+{
+    const RecordedMachine machine({});
+    for (const char* name : {"b", "a", "d", "c"}) {
+        machine.setAttribute(std::string("/devices/x/holders/") + name, "12 ");
+    }
+    const Sysfs sysfs = machine.sysfs();
+    EXPECT_EQ(sysfs.names("/devices/x", "holders"), QByteArrayList({"a", "b", "c", "d"}));
+    EXPECT_EQ(sysfs.names("/devices/y", "holders"), QByteArrayList());
+    EXPECT_EQ(sysfs.value("/devices/x", "holders/a"), "12 ");
+    EXPECT_EQ(sysfs.value("/devices/x", "nothing"), QByteArray());
+    EXPECT_EQ(sysfs.number("/devices/x", "nothing", 512), 512U);
+    EXPECT_EQ(sysfs.target("/nowhere"), QByteArray());
+}
+
 INSTANTIATE_TEST_SUITE_P(Kinds, RecordTest, testing::ValuesIn(RecordedMachine::allNames()),
                          [](const auto& each) {
                              std::string name = each.param;

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <QTimer>
+
 #include "provider/ObjectPath.h"
 #include "tests/provider/udev/FakeUdev.h"
 #include "tests/provider/udev/RecordedMachine.h"
@@ -159,12 +161,34 @@ TEST_F(UdevSourceTest, DoesNotAnnounceOnceMoreWhatWasAnnouncedWhileItWaited)
     here.udev->idle = false;
     here.start();
     here.udev->announce(Kind::Came, device("sdb"));
+    EXPECT_THAT(here.news(), IsEmpty());
     here.udev->idle = true;
     Q_EMIT here.udev->settled();
     QCoreApplication::processEvents();
     EXPECT_THAT(here.news(), ElementsAre("ready"));
     here.udev->announce(Kind::Came, device("sdb"));
     EXPECT_THAT(here.news(), IsEmpty());
+}
+
+TEST_F(UdevSourceTest, LosesNoPatienceWithAUdevThatHasSettled)
+{
+    Watched here(machine, devices({"sda"}), stateFile, 10ms);
+    here.start();
+    bool isOver = false;
+    QTimer::singleShot(30ms, [&] { isOver = true; });
+    ASSERT_TRUE(waitFor([&] { return isOver; }));
+    EXPECT_THAT(here.news(), ElementsAre("ready"));
+    EXPECT_THAT(here.notes, IsEmpty());
+}
+
+TEST_F(UdevSourceTest, ShowsWhenADeviceWasDetectedByTheClockOnTheWall)
+{
+    const auto sinceBoot = std::chrono::steady_clock::now().time_since_epoch() / 1us;
+    const auto now = std::chrono::system_clock::now().time_since_epoch() / 1s;
+    Watched here(machine, {device("sda", {{"USEC_INITIALIZED", QByteArray::number(qlonglong(sinceBoot))}})},
+                 stateFile);
+    here.start();
+    EXPECT_NEAR(here.shown("sda", "DeviceDetectionTime").toDouble(), double(now), 2);
 }
 
 // --- plug, change and unplug
@@ -194,6 +218,7 @@ TEST_F(UdevSourceTest, AnnouncesThePartitionsOfADiskThatGoesFirst)
     Watched here = run({"sda", "sda1", "sda5", "sdb", "sdb1"});
     here.start();
     here.news();
+    machine.removeFromSysfs(device("sda").path().toStdString());
     here.udev->announce(Kind::Gone, device("sda"));
     EXPECT_THAT(here.news(), ElementsAre("removed sda5", "removed sda1", "removed sda"));
     here.udev->announce(Kind::Gone, device("sda1"));
@@ -242,6 +267,18 @@ TEST_F(UdevSourceTest, AnnouncesAChangeWhetherItShowsOrNot)
     EXPECT_EQ(here.shown("sdb", "IdUuid"), QVariant(QStringLiteral("1234-5678")));
     here.udev->announce(Kind::Changed, device("sdb", {{"ID_FS_UUID_ENC", "8765-4321"}}));
     EXPECT_THAT(here.news(), ElementsAre("changed sdb"));
+}
+
+TEST_F(UdevSourceTest, AnnouncesOtherAttributesOfAPartitionAsAChange)
+{
+    const BlockDevice plain = device("sdb1", {{"ID_PART_ENTRY_SCHEME", "gpt"}});
+    const BlockDevice hidden =
+        device("sdb1", {{"ID_PART_ENTRY_SCHEME", "gpt"}, {"ID_PART_ENTRY_FLAGS", "0x4000000000000000"}});
+    Watched here(machine, {plain}, stateFile);
+    here.start();
+    here.news();
+    here.udev->announce(Kind::Came, hidden);
+    EXPECT_THAT(here.news(), ElementsAre("changed sdb1"));
 }
 
 TEST_F(UdevSourceTest, AnnouncesADeviceThatChangesIntoOneThatIsShownAndBack)
@@ -318,7 +355,8 @@ TEST_F(UdevSourceTest, KeepsTheOrderOfTheEnumeration)
 TEST_F(UdevSourceTest, AnnouncesTheDifferenceAfterALossAndWhenUdevHasSettled)
 {
     for (const bool isLoss : {true, false}) {
-        Watched here(machine, devices({"sda", "sdb", "sdb1", "loop0"}), stateFile + (isLoss ? "1" : "2"));
+        Watched here(machine, devices({"sda", "sdb", "sdb1", "loop0"}),
+                     stateFile + (isLoss ? "1" : "2"));
         here.start();
         here.news();
         here.udev->database = {device("loop0"), device("sda"), device("sda1"), uninitialized("sdb")};
@@ -329,6 +367,16 @@ TEST_F(UdevSourceTest, AnnouncesTheDifferenceAfterALossAndWhenUdevHasSettled)
         }
         EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "removed sdb", "added sda1"));
     }
+}
+
+TEST_F(UdevSourceTest, KnowsAnotherMediumWhenItLooksAgain)
+{
+    Watched here = run({"sdb1"});
+    here.start();
+    here.news();
+    here.udev->database = {device("sdb1", {{"ID_FS_UUID_ENC", "9999-9999"}})};
+    here.udev->announce(Kind::Lost);
+    EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "added sdb1"));
 }
 
 // --- what came and went between two runs
