@@ -166,7 +166,9 @@ public:
         _address.nl_groups = 2; // udev's; the kernel's is 1
         const timeval bound{5, 0};
         setsockopt(_socket.get(), SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof(bound));
-        bind(_socket.get(), address(), sizeof(_address));
+        if (bind(_socket.get(), address(), sizeof(_address)) != 0) {
+            throw std::runtime_error("cannot listen to udev");
+        }
     }
 
     /// Empty if there is none for seconds.
