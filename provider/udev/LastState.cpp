@@ -84,7 +84,7 @@ std::optional<std::vector<AnnouncedDevice>> LastState::read() const
         return std::nullopt;
     }
     std::vector<AnnouncedDevice> result;
-    for (const QJsonValue& entry : state.value(DEVICES).toArray()) {
+    for (const QJsonValue entry : state.value(DEVICES).toArray()) {
         const std::optional<AnnouncedDevice> device = parsed(entry.toObject());
         if (!device) {
             return std::nullopt;
