@@ -95,5 +95,6 @@ Device machineDevice(const MachineSection& section, const Identification& conten
                                                  : tableProperties(content));
     device.properties.insert(section.properties);
     device.missing = section.missing;
+    device.partitionAttributes = section.attributes;
     return device;
 }

@@ -31,6 +31,17 @@ QVariant valueOf(const QString& key, const QString& type, const QByteArray& text
     return *value;
 }
 
+quint64 bitsOf(const QString& key, const QByteArray& text)
+{
+    constexpr int Hexadecimal = 16;
+    bool isNumber = false;
+    const quint64 bits = text.toULongLong(&isNumber, Hexadecimal);
+    if (!isNumber) {
+        refuse(key, QStringLiteral("\"%1\" is not a hexadecimal number").arg(QString::fromUtf8(text)));
+    }
+    return bits;
+}
+
 bool isNodeName(const QString& node)
 {
     const QStringList parts = node.split(QLatin1Char('/'));
@@ -123,6 +134,8 @@ private:
             section.image = imagePath(valueOf(key, QStringLiteral("s"), value).toString());
         } else if (key == QLatin1String("Node")) {
             section.node = valueOf(key, QStringLiteral("s"), value).toString();
+        } else if (key == QLatin1String("PartitionAttributes")) {
+            section.attributes = bitsOf(key, value);
         } else {
             setProperty(section, key, value);
         }

@@ -27,6 +27,7 @@ struct MachineSection
     bool isInternal = false;
     bool isPartition = false;
     bool isPlugged = true;  ///< from the start
+    quint64 attributes = 0; ///< of its entry in a GPT partition table
     QVariantMap properties; ///< what is given, in the type that is given
     QSet<QString> missing;
 };
@@ -42,8 +43,9 @@ struct MachineSection
 ///     IdUuid:missing =
 ///
 /// Keys are Image (relative to the file's directory), Node (by default the section's name), Internal (false),
-/// Partition (by default what the node's name tells), Plugged (true), and every property of the device
-/// interface. A property's key may name another type than its own behind a colon, or "missing".
+/// Partition (by default what the node's name tells), Plugged (true), PartitionAttributes (the bits of a GPT
+/// partition's entry, in hexadecimal), and every property of the device interface. A property's key may name
+/// another type than its own behind a colon, or "missing".
 namespace MachineFile {
 
 /// The sections in the order of the file. Throws MachineFileError.

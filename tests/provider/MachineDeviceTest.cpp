@@ -42,6 +42,7 @@ TEST(MachineDeviceTest, ShowsAPartitionWithWhatItsImageHolds)
     const Device device = machineDevice(section("sdb2", true, true), ntfs(), makedev(7, 3));
     EXPECT_EQ(device.objectPath.toStdString(), "/org/freedesktop/UDisks/devices/sdb2");
     EXPECT_EQ(device.number, makedev(7, 3));
+    EXPECT_EQ(device.partitionAttributes, 0U);
     const struct
     {
         const char* property;
@@ -189,4 +190,11 @@ TEST(DeviceViewTest, IsFoundByTheKernelsNumberAndWithoutOneByTheShownOne)
     EXPECT_TRUE(DeviceView::hasNumber(real, 7, 3));
     EXPECT_FALSE(DeviceView::hasNumber(real, 8, 1));
     EXPECT_TRUE(DeviceView::hasNumber(machineDevice(section("sda1", true), {}, 0), 8, 1));
+}
+
+TEST(MachineDeviceTest, HasTheAttributesOfItsSection)
+{
+    MachineSection marked = section("sda1", true);
+    marked.attributes = quint64(1) << 63U;
+    EXPECT_EQ(machineDevice(marked, ntfs(), 0).partitionAttributes, quint64(1) << 63U);
 }

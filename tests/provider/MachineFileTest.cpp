@@ -45,10 +45,11 @@ TEST(MachineFileTest, DerivesWhatASectionLeavesOut)
 
 TEST(MachineFileTest, ReadsTheKeysOfASection)
 {
-    const MachineSection section = only("\n; a comment\n# another\r\n  [ my stick ]  \r\n Image = a b.img \n"
-                                        "Partition = true\nNode=mapper/vg-lv\nInternal=true\nPlugged=false\n"
-                                        "IdLabel = x = %20y%0Az\nDeviceMajor:u = 8\nIdUuid:missing =\n"
-                                        "PartitionFlags = boot, required\n");
+    const MachineSection section =
+        only("\n; a comment\n# another\r\n  [ my stick ]  \r\n Image = a b.img \n"
+             "Partition = true\nNode=mapper/vg-lv\nInternal=true\nPlugged=false\n"
+             "IdLabel = x = %20y%0Az\nDeviceMajor:u = 8\nIdUuid:missing =\n"
+             "PartitionFlags = boot, required\nPartitionAttributes = 0xC000000000000001\n");
     EXPECT_EQ(section.name.toStdString(), "my stick");
     EXPECT_EQ(section.image, "dir/a b.img");
     EXPECT_EQ(section.node.toStdString(), "mapper/vg-lv");
@@ -58,6 +59,7 @@ TEST(MachineFileTest, ReadsTheKeysOfASection)
     EXPECT_EQ(section.properties[QStringLiteral("IdLabel")], QVariant(QStringLiteral("x =  y\nz")));
     EXPECT_EQ(section.properties[QStringLiteral("DeviceMajor")].userType(), QMetaType::UInt);
     EXPECT_EQ(section.properties[QStringLiteral("PartitionFlags")].toStringList().size(), 2);
+    EXPECT_EQ(section.attributes, 0xC000000000000001U);
     EXPECT_EQ(section.missing, QSet<QString>({QStringLiteral("IdUuid")}));
 }
 
@@ -107,6 +109,11 @@ TEST(MachineFileTest, TellsTheFileTheLineTheSectionAndTheKeyOfAnError)
         {"[a]\nPartition =", "2: [a] Partition: \"\" is no value of type \"b\""},
         {"[a]\nPlugged=1", "2: [a] Plugged: \"1\" is no value of type \"b\""},
         {"[a]\nImage=50%", "2: [a] Image: \"50%\" is no value of type \"s\""},
+        {"[a]\nPartitionAttributes=bit 63",
+         "2: [a] PartitionAttributes: \"bit 63\" is not a hexadecimal number"},
+        {"[a]\nPartitionAttributes=10000000000000000",
+         "2: [a] PartitionAttributes: \"10000000000000000\" is not a hexadecimal number"},
+        {"[a]\nPartitionAttributes=", "2: [a] PartitionAttributes: \"\" is not a hexadecimal number"},
         {"[a]\nimage=x", "2: [a] image: there is no such key and no such property"},
         {"[a]\nIdLabl=x", "2: [a] IdLabl: there is no such key and no such property"},
         {"[a]\nImage:s=x", "2: [a] Image:s: there is no such key and no such property"},
