@@ -14,8 +14,9 @@ namespace {
 
 } // namespace
 
-MachineSource::MachineSource(const std::string& file)
+MachineSource::MachineSource(const std::string& file, Images images)
     : _file(file)
+    , _images(images)
 {
     for (MachineSection& section : MachineFile::read(file)) {
         _bays.push_back({std::move(section), nullptr, {}, {}});
@@ -93,21 +94,29 @@ void MachineSource::insert(Bay& bay)
     if (!section.image.empty()) {
         readImage(bay);
     }
+    if (!section.image.empty() && _images == Images::Attached) {
+        attachImage(bay);
+    }
     bay.device = machineDevice(section, bay.content, bay.loop ? bay.loop->number() : 0);
 }
 
 void MachineSource::readImage(Bay& bay) const
 {
-    const MachineSection& section = bay.section;
-    const std::string place = "[" + section.name.toStdString() + "] ";
+    const std::string& image = bay.section.image;
     try {
-        bay.content = identify(section.image);
+        bay.content = identify(image);
     } catch (const std::exception& error) {
-        throw MachineFileError(_file + ": " + place + "Image: " + section.image + ": " + error.what());
+        const std::string place = "[" + bay.section.name.toStdString() + "] ";
+        throw MachineFileError(_file + ": " + place + "Image: " + image + ": " + error.what());
     }
+}
+
+void MachineSource::attachImage(Bay& bay) const
+{
+    const MachineSection& section = bay.section;
     try {
         bay.loop = std::make_unique<LoopDevice>(section.image, section.node.toStdString());
     } catch (const std::exception& error) {
-        throw std::runtime_error(place + error.what());
+        throw std::runtime_error("[" + section.name.toStdString() + "] " + error.what());
     }
 }

@@ -18,8 +18,14 @@ class MachineSource : public DeviceSource
     Q_OBJECT
 
 public:
+    enum class Images
+    {
+        Attached,
+        OnlyRead, ///< no node and no loop device are made
+    };
+
     /// Reads `file`. Throws MachineFileError.
-    explicit MachineSource(const std::string& file);
+    explicit MachineSource(const std::string& file, Images images = Images::Attached);
 
     /// Plugs in what is there from the start. Throws MachineFileError too, when an image cannot be read.
     void start() override;
@@ -46,7 +52,9 @@ private:
     void insert(Bay& bay);
     void refuseNodeInUse(const MachineSection& section) const;
     void readImage(Bay& bay) const;
+    void attachImage(Bay& bay) const;
 
     std::string _file;
+    Images _images;
     std::vector<Bay> _bays;
 };
