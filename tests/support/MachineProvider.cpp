@@ -16,6 +16,13 @@ std::string written(const std::string& file, const std::string& text)
     return file;
 }
 
+std::vector<std::string> command(const std::string& file, const std::vector<std::string>& options)
+{
+    std::vector<std::string> result = {MachineProvider::PROGRAM, "--machine", file};
+    result.insert(result.end(), options.begin(), options.end());
+    return result;
+}
+
 void call(const char* method, const std::vector<std::string>& arguments)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(
@@ -34,8 +41,8 @@ void call(const char* method, const std::vector<std::string>& arguments)
 
 const std::string MachineProvider::PROGRAM = VRUDISKS;
 
-MachineProvider::MachineProvider(const std::string& machine)
-    : _process({PROGRAM, "--machine", written(_directory.path() + "/machine.ini", machine)},
+MachineProvider::MachineProvider(const std::string& machine, const std::vector<std::string>& options)
+    : _process(command(written(_directory.path() + "/machine.ini", machine), options),
                _directory.path() + "/output")
 {
     const auto isReady = [this] { return _process.output().find("ready with") != std::string::npos; };

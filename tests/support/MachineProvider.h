@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -13,8 +14,9 @@
 class MachineProvider
 {
 public:
-    /// `machine` is the text of the machine's file. Returns when the bus name is taken.
-    explicit MachineProvider(const std::string& machine);
+    /// `machine` is the text of the machine's file, `options` are further arguments. Returns when the bus
+    /// name is taken.
+    explicit MachineProvider(const std::string& machine, const std::vector<std::string>& options = {});
 
     /// To the provider on the bus; a test has one at a time.
     static void plug(const std::string& section);
