@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include "provider/today/Rules.h"
+
 /// The arguments make no sense; what() is one line for people.
 class UsageError : public std::runtime_error
 {
@@ -18,8 +20,8 @@ struct CommandLine
 {
     enum class Action
     {
-        Serve,        ///< the devices of this machine
-        ServeMachine, ///< those of `machineFile`
+        Serve,
+        Explain,
         Plug,
         Unplug,
         Set,
@@ -28,14 +30,15 @@ struct CommandLine
     };
 
     Action action = Action::Serve;
-    bool showsTrueMajor = false;
-    std::string machineFile;
+    std::string machineFile; ///< empty: the machine itself
+    Rules::Selection rules;  ///< those that are applied to its devices
+    QString node;            ///< the device to explain; empty: all
     QString section;
     QString key;
     QString value;
 
     /// `arguments` without the program's name. Throws UsageError.
-    static CommandLine parse(QStringList arguments);
+    static CommandLine parse(const QStringList& arguments);
 
-    static const char* const HELP;
+    static std::string help();
 };

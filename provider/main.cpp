@@ -7,10 +7,12 @@
 #include <QTextCodec>
 
 #include "provider/CommandLine.h"
+#include "provider/ExplainCommand.h"
 #include "provider/MachineClient.h"
 #include "provider/MachineControl.h"
 #include "provider/MachineSource.h"
 #include "provider/UDisksService.h"
+#include "provider/today/TodaySource.h"
 #include "provider/udev/LibUdev.h"
 #include "provider/udev/UdevSource.h"
 #include "service/SignalRelay.h"
@@ -32,36 +34,38 @@ void fail(const std::string& text)
     QCoreApplication::exit(FAILED);
 }
 
-int serve(DeviceSource& source, const QDBusConnection& bus)
+int serve(DeviceSource& source, const CommandLine& line, const QDBusConnection& bus)
 {
-    UDisksService service(source, bus);
+    TodaySource today(source, line.rules);
+    QObject::connect(&today, &TodaySource::noted, [](const QString& text) { say(text.toStdString()); });
+    UDisksService service(today, bus);
     const auto takeName = [&] {
         if (service.takeName()) {
-            const size_t count = source.devices().size();
+            const size_t count = today.devices().size();
             say("ready with " + std::to_string(count) + (count == 1 ? " device" : " devices"));
         } else {
             fail("the bus name is not to be had: another provider runs, or the bus does not permit it");
         }
     };
     // Queued: an exit that is asked for before the event loop runs would be lost.
-    QObject::connect(&source, &DeviceSource::ready, &service, takeName, Qt::QueuedConnection);
+    QObject::connect(&today, &DeviceSource::ready, &service, takeName, Qt::QueuedConnection);
     QObject::connect(&service, &UDisksService::busLost, &service, [] { fail("the system bus is gone"); });
-    source.start();
+    today.start();
     return QCoreApplication::exec();
 }
 
-int serveMachine(const std::string& file, const QDBusConnection& bus)
+int serveMachine(const CommandLine& line, const QDBusConnection& bus)
 {
-    MachineSource machine(file);
+    MachineSource machine(line.machineFile);
     const MachineControl control(machine, bus);
-    return serve(machine, bus);
+    return serve(machine, line, bus);
 }
 
-int serveThisMachine(const QDBusConnection& bus)
+int serveThisMachine(const CommandLine& line, const QDBusConnection& bus)
 {
     UdevSource source(std::make_unique<LibUdev>());
     QObject::connect(&source, &UdevSource::noted, [](const QString& text) { say(text.toStdString()); });
-    return serve(source, bus);
+    return serve(source, line, bus);
 }
 
 int serve(const CommandLine& line)
@@ -72,8 +76,7 @@ int serve(const CommandLine& line)
     if (!bus.isConnected()) {
         throw std::runtime_error("no system bus: " + bus.lastError().message().toStdString());
     }
-    return line.action == CommandLine::Action::Serve ? serveThisMachine(bus)
-                                                     : serveMachine(line.machineFile, bus);
+    return line.machineFile.empty() ? serveThisMachine(line, bus) : serveMachine(line, bus);
 }
 
 int command(const CommandLine& line)
@@ -89,14 +92,16 @@ int run(const CommandLine& line)
 {
     switch (line.action) {
     case CommandLine::Action::ShowHelp:
-        std::cout << CommandLine::HELP;
+        std::cout << CommandLine::help();
         return 0;
     case CommandLine::Action::ShowVersion:
         std::cout << "vrudisks " VRUDISKS_VERSION << std::endl;
         return 0;
     case CommandLine::Action::Serve:
-    case CommandLine::Action::ServeMachine:
         return serve(line);
+    case CommandLine::Action::Explain:
+        std::cout << ExplainCommand::textFor(line, [](const QString& text) { say(text.toStdString()); });
+        return 0;
     default:
         return command(line);
     }

@@ -169,3 +169,49 @@ TEST_F(CommandTest, ShowsHelpAndVersion)
     EXPECT_EQ(version.status, 0);
     EXPECT_THAT(version.output, StartsWith("vrudisks "));
 }
+
+TEST_F(CommandTest, PresentsTheMachineOfAFileByTheTableWhenAsked)
+{
+    const std::string machine = "[sdb1]\nIdType = vfat\nIdUsage = filesystem\nIdLabel = C:\n";
+    {
+        const MachineProvider asItIs(machine);
+        EXPECT_EQ(UDisksClient::text("sdb1", "IdLabel").toStdString(), "C:");
+    }
+    {
+        const MachineProvider asToday(machine, {"--as-today"});
+        EXPECT_EQ(UDisksClient::text("sdb1", "IdLabel").toStdString(), "C_");
+        EXPECT_EQ(vrudisks({"set", "sdb1", "IdLabel=D:"}).status, 0);
+        EXPECT_EQ(UDisksClient::text("sdb1", "IdLabel").toStdString(), "D_");
+    }
+    const MachineProvider withoutOneRow(machine, {"--as-today", "--as-is=drive-letter-labels"});
+    EXPECT_EQ(UDisksClient::text("sdb1", "IdLabel").toStdString(), "C:");
+}
+
+TEST_F(CommandTest, ExplainsWithoutABusAndWithoutAttachingAnything)
+{
+    const Process::Environment noBus{{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"}};
+    const TemporaryDirectory directory;
+    const std::string file = directory.path() + "/m.ini";
+    std::ofstream(directory.path() + "/disk.img") << "no file system";
+    std::ofstream(file) << "[nvme0n1p1]\nImage = disk.img\nInternal = true\nDeviceMajor = 259\n[sdb]\n";
+    const std::string asItIs = "/dev/nvme0n1p1: internal partition, no file system\n    presented as it is\n";
+    const std::string sdb = "/dev/sdb: external device, no file system\n    presented as it is\n";
+    EXPECT_EQ(vrudisks({"--machine", file, "--explain"}, noBus).output, asItIs + sdb);
+    const ProcessResult one =
+        vrudisks({"--machine", file, "--as-today", "--explain", "/dev/nvme0n1p1"}, noBus);
+    EXPECT_EQ(one.status, 0);
+    EXPECT_THAT(one.output,
+                StartsWith("/dev/nvme0n1p1: internal partition, no file system\n"
+                           "    presented with DeviceMajor 8 instead of 259\n    scsi-major: It is "));
+    const ProcessResult none = vrudisks({"--machine", file, "--explain", "sd\033[2J"}, noBus);
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(none.output, "vrudisks: no block device sd\\x1b[2J\n");
+    EXPECT_FALSE(std::filesystem::exists("/dev/nvme0n1p1"));
+}
+
+TEST_F(CommandTest, ExplainsAMachineWithoutDevices)
+{
+    const ProcessResult nothing = vrudisks({"--machine", "/dev/null", "--explain"});
+    EXPECT_EQ(nothing.status, 0);
+    EXPECT_EQ(nothing.output, "");
+}

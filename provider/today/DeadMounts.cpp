@@ -1,0 +1,79 @@
+#include "provider/today/DeadMounts.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include "client/TerminalText.h"
+#include "provider/Descriptor.h"
+
+namespace DeadMounts {
+namespace {
+
+/// A file system in user space on a block device; others in user space have numbers of major 0.
+bool isDriverOnDevice(const Mount& mount)
+{
+    return (mount.type == "fuseblk" || mount.type.startsWith("fuseblk.")) && major(mount.number) != 0;
+}
+
+/// The id of the mount that an open file lies on; 0 if the kernel does not say.
+int mountIdOf(const Descriptor& file)
+{
+    std::ifstream about("/proc/self/fdinfo/" + std::to_string(file.get()));
+    for (std::string word; about >> word;) {
+        int id = 0;
+        if (word == "mnt_id:" && about >> id) {
+            return id;
+        }
+    }
+    return 0;
+}
+
+QString line(const char* form, const QByteArray& target)
+{
+    const std::string shown = TerminalText::harmless(target.toStdString());
+    return QString::fromLatin1(form).arg(QString::fromStdString(shown));
+}
+
+} // namespace
+
+std::vector<Mount> among(const std::vector<Mount>& mounts, const BlockStack& blocks)
+{
+    std::vector<Mount> result;
+    for (auto mount = mounts.rbegin(); mount != mounts.rend(); ++mount) {
+        if (blocks.isKnown() && !MountInfo::nameBelowMedia(*mount).isEmpty() && isDriverOnDevice(*mount) &&
+            !blocks.exists(mount->number)) {
+            result.push_back(*mount);
+        }
+    }
+    return result;
+}
+
+/// The mount is opened without asking its driver, and taken away by what was opened: whatever is mounted or
+/// renamed there meanwhile, nothing else is unmounted.
+QStringList takeAway(const std::vector<Mount>& dead)
+{
+    QStringList lines;
+    for (const Mount& mount : dead) {
+        const Descriptor top(open(mount.target.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        if (!top.isOpen() || mountIdOf(top) != mount.id) {
+            continue;
+        }
+        const std::string opened = "/proc/self/fd/" + std::to_string(top.get());
+        if (umount2(opened.c_str(), MNT_DETACH) != 0) {
+            const QString reason = QString::fromLocal8Bit(std::strerror(errno));
+            lines += line("the dead mount %1 cannot be taken away: ", mount.target) + reason;
+            continue;
+        }
+        rmdir(mount.target.constData());
+        lines += line("%1 is taken away: its device is gone", mount.target);
+    }
+    return lines;
+}
+
+} // namespace DeadMounts

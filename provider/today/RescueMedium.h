@@ -1,0 +1,25 @@
+#pragma once
+
+#include <set>
+#include <vector>
+
+#include <sys/types.h>
+
+#include <QSet>
+#include <QString>
+
+#include "provider/today/BlockStack.h"
+#include "provider/today/MountInfo.h"
+
+/// What the rescue system runs from. It is found by what is mounted and by what that stands on, never by a
+/// label, which any stick could carry.
+struct RescueMedium
+{
+    /// Every block device behind the system's root, the layers of an overlay there, and the places where live
+    /// systems mount their medium: down through loop devices, mapped devices and arrays.
+    std::set<dev_t> devices;
+    /// The disks that these are, or are on, by object path.
+    QSet<QString> disks;
+
+    static RescueMedium of(const std::vector<Mount>& mounts, const BlockStack& blocks);
+};

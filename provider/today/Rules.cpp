@@ -1,0 +1,127 @@
+#include "provider/today/Rules.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "provider/today/DeadMounts.h"
+#include "provider/today/LabelRules.h"
+#include "provider/today/MediumRules.h"
+#include "provider/today/WindowsRules.h"
+
+namespace Rules {
+namespace {
+
+/// A rule that looks at one device at a time.
+template<void (*apply)(Presentation&, const Circumstances&)>
+void each(Picture& picture, const Circumstances& circumstances)
+{
+    for (Presentation& device : picture) {
+        apply(device, circumstances);
+    }
+}
+
+std::size_t placeIn(const Picture& picture, const QString& objectPath)
+{
+    const auto match = std::find_if(picture.begin(), picture.end(), [&](const Presentation& device) {
+        return device.actual.objectPath == objectPath;
+    });
+    return static_cast<std::size_t>(match - picture.begin());
+}
+
+/// Whether the device in one place of `after` is presented otherwise, or earlier, than before.
+bool differs(const Picture& before, const Picture& after, std::size_t place)
+{
+    const Presentation& device = after[place];
+    const std::size_t placeBefore = placeIn(before, device.actual.objectPath);
+    const Presentation& prior = before[placeBefore];
+    return place < placeBefore || device.isOffered != prior.isOffered ||
+           device.shown.properties != prior.shown.properties;
+}
+
+void apply(const Rule& rule, Picture& picture, const Circumstances& circumstances)
+{
+    const Picture before = picture;
+    rule.apply(picture, circumstances);
+    for (std::size_t at = 0; at < picture.size(); ++at) {
+        if (differs(before, picture, at)) {
+            picture[at].reasons.push_back(&rule);
+        }
+    }
+}
+
+} // namespace
+
+const std::vector<Rule>& all()
+{
+    // Later rules see what earlier ones have made: labels are compared when they have their final spelling.
+    static const std::vector<Rule> rules{
+        {"memory-devices",
+         "It lies in memory or in a file, so it is not a disk of this machine: somebody has set it up on "
+         "purpose.",
+         &each<hideMemoryDevice>},
+        {"rescue-medium",
+         "The rescue system runs from it, or it belongs to the medium that the rescue system runs from.",
+         &each<hideRescueMedium>},
+        {"scsi-major",
+         "It is a partition of an internal disk; programs look for these on major number 8 only.",
+         &each<showScsiMajor>},
+        {"windows-hidden", "Windows itself gives this partition no drive letter.", &each<withholdLetter>},
+        {"windows-first",
+         "NTFS and FAT partitions of internal disks come before all others, because letters are given in "
+         "this "
+         "order.",
+         &putWindowsFirst},
+        {"blank-labels", "A label with a blank would be two arguments for the NTFS driver.",
+         &each<replaceBlanks>},
+        {"drive-letter-labels", "Its label is a directory that belongs to a Windows drive.",
+         &each<respellDriveLetter>},
+        {"equal-labels", "Another external file system that is plugged in has the same name.",
+         &numberEqualNames},
+        {DeadMounts::Word, "The NTFS driver leaves a dead mount behind when its device is pulled out.",
+         nullptr},
+    };
+    return rules;
+}
+
+Selection allBut(const QStringList& words)
+{
+    Selection result;
+    for (const Rule& rule : all()) {
+        if (!words.contains(QString::fromLatin1(rule.word))) {
+            result.push_back(&rule);
+        }
+    }
+    return result;
+}
+
+bool contains(const Selection& rules, const char* word)
+{
+    return std::any_of(rules.begin(), rules.end(),
+                       [&](const Rule* rule) { return std::strcmp(rule->word, word) == 0; });
+}
+
+QString words()
+{
+    QStringList result;
+    for (const Rule& rule : all()) {
+        result += QString::fromLatin1(rule.word);
+    }
+    return result.join(QLatin1String(", "));
+}
+
+Picture present(const std::vector<const Device*>& devices, const Selection& rules,
+                const Circumstances& circumstances)
+{
+    Picture picture;
+    for (const Device* device : devices) {
+        picture.push_back({*device, *device});
+    }
+    for (const Rule* rule : rules) {
+        if (rule->apply != nullptr) {
+            apply(*rule, picture, circumstances);
+        }
+    }
+    return picture;
+}
+
+} // namespace Rules

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <vector>
+
+#include <QString>
+#include <QStringList>
+
+#include "provider/today/Picture.h"
+
+/// What today's machines have otherwise than those that programs of UDisks 1's days were made for, and what
+/// is presented instead.
+struct Rule
+{
+    const char* word;   ///< its name for the user, which stays as it is
+    const char* reason; ///< one sentence
+    /// Changes what is presented; null for a rule that is about mounts, not about devices.
+    void (*apply)(Picture& picture, const Circumstances& circumstances);
+};
+
+namespace Rules {
+
+/// Every rule, in the order in which they are applied.
+const std::vector<Rule>& all();
+
+/// The rules that are on.
+using Selection = std::vector<const Rule*>;
+
+/// All but those with these words.
+Selection allBut(const QStringList& words);
+bool contains(const Selection& rules, const char* word);
+
+/// The words of all rules, with commas between them.
+QString words();
+
+/// What the rules make of the machine's devices.
+Picture present(const std::vector<const Device*>& devices, const Selection& rules,
+                const Circumstances& circumstances);
+
+} // namespace Rules
