@@ -41,7 +41,7 @@ void Machine::add(const std::string& node, const std::string& image, const Setti
 
 void Machine::start()
 {
-    _udisks = std::make_unique<MachineProvider>(_description);
+    _udisks = std::make_unique<MachineProvider>(_description, _options);
 }
 
 void Machine::freezeUDisks()

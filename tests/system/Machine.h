@@ -20,6 +20,9 @@ public:
     /// A stick that is not plugged in yet.
     void addUnplugged(const std::string& node, const std::string& image, const Settings& settings = {});
 
+    /// The machine is presented by the provider's table of today's machines, as a real one is.
+    void presentAsToday() { _options = {"--as-today"}; }
+
     /// Attaches the disks and starts UDisks. Throws std::runtime_error with its words if it does not come up.
     void start();
     /// Ends UDisks; what is mounted stays mounted.
@@ -41,5 +44,6 @@ private:
     void add(const std::string& node, const std::string& image, const Settings& settings);
 
     std::string _description = "; a made-up PC\n";
+    std::vector<std::string> _options;
     std::unique_ptr<MachineProvider> _udisks;
 };
