@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "tests/bench/Budgets.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/ProcessFigures.h"
 #include "tests/bench/ServiceRun.h"
@@ -20,42 +21,58 @@ int aMinute(int count)
     return static_cast<int>(count * std::chrono::minutes(1) / Watched);
 }
 
-void printSwitches(pid_t service)
+/// One program, idle.
+struct Program
 {
-    const std::map<std::string, int> before = ProcessFigures::contextSwitches(service);
+    std::string name;
+    pid_t process = 0;
+    int switchBudget = 0; ///< of its context switches in a minute
+    int memoryBudget = 0; ///< KiB
+};
+
+void watchSwitches(const Program& program)
+{
+    const std::map<std::string, int> before = ProcessFigures::contextSwitches(program.process);
     std::this_thread::sleep_for(Watched);
     std::vector<Figures::Row> rows;
     int sum = 0;
-    for (const auto& [thread, count] : ProcessFigures::contextSwitches(service)) {
+    for (const auto& [thread, count] : ProcessFigures::contextSwitches(program.process)) {
         const int switches = aMinute(count - before.at(thread));
         sum += switches;
         rows.push_back({thread.substr(thread.find(' ') + 1), text(switches)});
     }
     rows.push_back({"all threads", text(sum)});
-    Figures::print("Context switches of the idle service in a minute", {"thread", "switches"}, rows);
-    Figures::remark("Watched for " + std::to_string(Watched.count()) +
-                    " seconds. The command socket is looked at ten "
-                    "times a second.");
+    const std::string title = "Context switches of the idle " + program.name + " in a minute";
+    Figures::print(title, {"thread", "switches"}, rows);
+    Figures::remark("Watched for " + std::to_string(Watched.count()) + " seconds.");
+    Budgets::expectAtMost(title, sum, program.switchBudget);
 }
 
-void printMemory(pid_t service)
+void weigh(const Program& program)
 {
-    const ProcessFigures::Memory memory = ProcessFigures::memory(service);
-    Figures::print("Memory of the idle service with " + text(Devices) + " partitions, KiB", {"", "KiB"},
-                   {{"proportional (PSS), aim: under 12288", text(memory.proportional)},
+    const ProcessFigures::Memory memory = ProcessFigures::memory(program.process);
+    Figures::print("Memory of the idle " + program.name + " with " + text(Devices) + " partitions, KiB",
+                   {"", "KiB"},
+                   {{"proportional (PSS)", text(memory.proportional)},
                     {"resident (RSS), everything shared included", text(memory.resident)},
                     {"its own pages only", text(memory.own)}});
+    Budgets::expectAtMost("memory (PSS) of the idle " + program.name + ", KiB", memory.proportional,
+                          program.memoryBudget);
 }
 
 } // namespace
 
+/// The service looks at its command socket ten times a second; the provider sleeps.
 void Topics::idle()
 {
-    const TestMachine machine(Devices);
+    TestMachine machine(Devices);
     ServiceRun service;
     service.waitUntilItListens();
     std::this_thread::sleep_for(Settling);
-    printMemory(service.id());
-    printSwitches(service.id());
+    for (const Program& program : {Program{"service", service.id(), 660, 12288},
+                                   Program{"provider", machine.provider().process().id(), 0, 5120}}) {
+        weigh(program);
+        watchSwitches(program);
+    }
     service.stop();
 }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "tests/bench/AdditionClock.h"
+#include "tests/bench/Budgets.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/MountWatch.h"
 #include "tests/bench/RoundTrip.h"
@@ -24,7 +25,8 @@ namespace {
 constexpr int Rounds = 7;
 constexpr int RunsOfARound = 6;
 constexpr double Allowance = 1.3;
-constexpr int Questions = 5; ///< IdType, DeviceIsSystemInternal, IdUsage, DeviceFile, IdLabel
+constexpr double Quickest = 0.1; ///< the share of the runs that a busy machine disturbs least
+constexpr int Questions = 5;     ///< IdType, DeviceIsSystemInternal, IdUsage, DeviceFile, IdLabel
 constexpr const char* Stick = "stick";
 constexpr const char* Directory = "/media/STICK";
 
@@ -122,10 +124,21 @@ void print(const Figure& figure, double roundTrip)
                     ", a bare one takes " + text(roundTrip, 3) + ".");
 }
 
+void keepBudgets(const Figure& figure, double roundTrip)
+{
+    const double onTop = figure.service.quantile(Quickest) - figure.bare.quantile(Quickest);
+    Budgets::expectAtMost("round trips made to questions asked for, a stick",
+                          static_cast<double>(figure.roundTrips) / Questions, 1);
+    Budgets::expectAtMost("time on top to bare questions, a stick", onTop / (Questions * roundTrip), 3);
+}
+
 } // namespace
 
 void Topics::plug()
 {
     TestMachine machine(1);
-    print(measure(machine.provider()), bareRoundTrip("sda1"));
+    const Figure figure = measure(machine.provider());
+    const double roundTrip = bareRoundTrip("sda1");
+    print(figure, roundTrip);
+    keepBudgets(figure, roundTrip);
 }

@@ -7,6 +7,7 @@
 
 #include <sys/mount.h>
 
+#include "tests/bench/Budgets.h"
 #include "tests/bench/Figures.h"
 #include "tests/bench/MountWatch.h"
 #include "tests/bench/Programs.h"
@@ -24,6 +25,7 @@ namespace {
 constexpr int Rounds = 7;
 constexpr int RunsOfARound = 3;
 constexpr double Allowance = 1.3;
+constexpr double Quickest = 0.1; ///< the share of the runs that a busy machine disturbs least
 constexpr int QuestionsAtStart = 1; ///< which devices there are
 
 /// A level of the log, and what it makes the service ask.
@@ -232,6 +234,19 @@ void printCalls(const Figure& less, const Figure& more)
                    {"method", "round trips", "a partition", "unanswered", "a partition"}, rows);
 }
 
+void keepBudgets(const std::vector<Figure>& all)
+{
+    for (const Figure& it : all) {
+        const std::string partitions = ", " + text(it.devices) + " partitions";
+        const double made = BusTraffic::roundTrips(it.calls);
+        Budgets::expectAtMost("round trips made to questions asked for" + partitions, made / it.asked(),
+                              1.15);
+    }
+    const Figure& most = all.back();
+    Budgets::expectAtMost("time on top to bare questions, " + text(most.devices) + " partitions",
+                          most.onTop(Quickest) / most.asking(Quickest), 2);
+}
+
 } // namespace
 
 void Topics::startUp()
@@ -239,12 +254,13 @@ void Topics::startUp()
     const std::vector<Figure> figures = measure();
     for (const Level* level : {&Ordinary, &Debug}) {
         const std::vector<Figure> all = atLevel(figures, *level);
-        for (const Statistic& statistic : {Statistic{"median", 0.5}, Statistic{"quickest tenth", 0.1}}) {
+        for (const Statistic& statistic : {Statistic{"median", 0.5}, Statistic{"quickest tenth", Quickest}}) {
             printTimes(all, statistic);
             printGrowth(all, statistic);
         }
         printRoundTrips(all);
         printCalls(all.front(), all.back());
+        keepBudgets(all);
     }
     Figures::remark(text(Rounds * RunsOfARound) + " runs of whole programs. The aim is " +
                     text(Allowance, 1) + " times the questions asked for, times a bare round trip.");

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <sys/utsname.h>
 
+#include "tests/bench/Budgets.h"
 #include "tests/bench/Topics.h"
 #include "tests/support/PrivateBus.h"
 
@@ -48,7 +49,7 @@ void measure(const std::vector<std::string>& topics)
 
 } // namespace
 
-/// Without arguments every topic; otherwise those that are named.
+/// Without arguments every topic; otherwise those that are named. Fails when a budget of theirs is exceeded.
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
@@ -64,5 +65,5 @@ int main(int argc, char** argv)
         std::cerr << "service_bench: " << error.what() << std::endl;
         return EXIT_FAILURE;
     }
-    return EXIT_SUCCESS;
+    return Budgets::hold() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
