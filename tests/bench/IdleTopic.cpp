@@ -70,7 +70,7 @@ void Topics::idle()
     service.waitUntilItListens();
     std::this_thread::sleep_for(Settling);
     for (const Program& program : {Program{"service", service.id(), 660, 12288},
-                                   Program{"provider", machine.provider().process().id(), 0, 5120}}) {
+                                   Program{"provider", machine.provider().process().id(), 0, 6144}}) {
         weigh(program);
         watchSwitches(program);
     }
