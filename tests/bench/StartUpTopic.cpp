@@ -25,7 +25,7 @@ namespace {
 constexpr int Rounds = 7;
 constexpr int RunsOfARound = 3;
 constexpr double Allowance = 1.3;
-constexpr double Quickest = 0.1; ///< the share of the runs that a busy machine disturbs least
+constexpr double Quickest = 0.1;    ///< the share of the runs that a busy machine disturbs least
 constexpr int QuestionsAtStart = 1; ///< which devices there are
 
 /// A level of the log, and what it makes the service ask.
@@ -237,13 +237,14 @@ void printCalls(const Figure& less, const Figure& more)
 void keepBudgets(const std::vector<Figure>& all)
 {
     for (const Figure& it : all) {
-        const std::string partitions = ", " + text(it.devices) + " partitions";
+        const std::string partitions = ", " + text(it.devices) + " partitions, " + it.level->name;
         const double made = BusTraffic::roundTrips(it.calls);
         Budgets::expectAtMost("round trips made to questions asked for" + partitions, made / it.asked(),
                               1.15);
     }
     const Figure& most = all.back();
-    Budgets::expectAtMost("time on top to bare questions, " + text(most.devices) + " partitions",
+    Budgets::expectAtMost("time on top to bare questions, " + text(most.devices) + " partitions, " +
+                              most.level->name,
                           most.onTop(Quickest) / most.asking(Quickest), 2);
 }
 

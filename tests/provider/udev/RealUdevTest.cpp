@@ -251,8 +251,9 @@ protected:
 
     void startProvider()
     {
-        provider = std::make_unique<Process>(std::vector<std::string>{MachineProvider::PROGRAM},
-                                             directory.path() + "/output");
+        // Loop devices are the disks here; without this they would not be offered.
+        const std::vector<std::string> command{MachineProvider::PROGRAM, "--as-is=memory-devices"};
+        provider = std::make_unique<Process>(command, directory.path() + "/output");
         ASSERT_TRUE(says("ready with")) << provider->output();
     }
 
