@@ -355,8 +355,7 @@ TEST_F(UdevSourceTest, KeepsTheOrderOfTheEnumeration)
 TEST_F(UdevSourceTest, AnnouncesTheDifferenceAfterALossAndWhenUdevHasSettled)
 {
     for (const bool isLoss : {true, false}) {
-        Watched here(machine, devices({"sda", "sdb", "sdb1", "loop0"}),
-                     stateFile + (isLoss ? "1" : "2"));
+        Watched here(machine, devices({"sda", "sdb", "sdb1", "loop0"}), stateFile + (isLoss ? "1" : "2"));
         here.start();
         here.news();
         here.udev->database = {device("loop0"), device("sda"), device("sda1"), uninitialized("sdb")};
