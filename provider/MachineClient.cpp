@@ -43,7 +43,7 @@ Outcome failure(const QDBusError& error)
     case QDBusError::UnknownObject:
     case QDBusError::UnknownMethod:
     case QDBusError::UnknownInterface:
-        return {REFUSED, "the provider that runs serves no made-up machine"};
+        return {REFUSED, "the provider that runs serves no simulated machine"};
     default:
         return {REFUSED, error.message().toStdString()};
     }

@@ -10,15 +10,15 @@
 #include <QString>
 #include <QVariantMap>
 
-/// The file that describes a made-up machine is wrong; what() is one line with the file, the section and the
-/// key.
+/// The file that describes a simulated machine is wrong; what() is one line with the file, the section and
+/// the key.
 class MachineFileError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// One device of a made-up machine, as its file describes it.
+/// One device of a simulated machine, as its file describes it.
 struct MachineSection
 {
     QString name;
@@ -32,7 +32,7 @@ struct MachineSection
     QSet<QString> missing;
 };
 
-/// The file that describes a made-up machine.
+/// The file that describes a simulated machine.
 ///
 ///     ; a comment
 ///     [stick]

@@ -9,7 +9,7 @@
 #include "provider/LoopDevice.h"
 #include "provider/MachineFile.h"
 
-/// The devices of a made-up machine, in the order of its file. A device with an image is attached to a loop
+/// The devices of a simulated machine, in the order of its file. A device with an image is attached to a loop
 /// device while it is plugged in.
 ///
 /// Operations that are refused throw std::runtime_error with one line for people.

@@ -102,7 +102,7 @@ TEST_F(CommandTest, SaysThatTheProviderServesNoMachine)
     ASSERT_TRUE(QDBusConnection::systemBus().registerService(name));
     const ProcessResult refused = vrudisks({"plug", "stick"});
     EXPECT_EQ(refused.status, 1);
-    EXPECT_EQ(refused.output, "vrudisks: the provider that runs serves no made-up machine\n");
+    EXPECT_EQ(refused.output, "vrudisks: the provider that runs serves no simulated machine\n");
     QDBusConnection::systemBus().unregisterService(name);
 }
 

@@ -6,9 +6,10 @@
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryDirectory.h"
 
-/// The shipped `vrudisks` in a process of its own: it serves a made-up machine as UDisks 1 on the system bus
-/// that DBUS_SYSTEM_BUS_ADDRESS names. This is also the fake UDisks for tests of classes: a section without
-/// an image is what its properties say it is, wrong types and missing properties included (see vrudisks(8)).
+/// The shipped `vrudisks` in a process of its own: it serves a simulated machine as UDisks 1 on the system
+/// bus that DBUS_SYSTEM_BUS_ADDRESS names. This is also the fake UDisks for tests of classes: a section
+/// without an image is what its properties say it is, wrong types and missing properties included (see
+/// vrudisks(8)).
 ///
 /// Every operation throws std::runtime_error with the provider's own words when it is refused.
 class MachineProvider

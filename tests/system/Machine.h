@@ -6,7 +6,7 @@
 
 #include "tests/support/MachineProvider.h"
 
-/// A made-up PC: disk images as block devices below /dev, and the UDisks service that knows them.
+/// A simulated PC: disk images as block devices below /dev, and the UDisks service that knows them.
 class Machine
 {
 public:
@@ -43,7 +43,7 @@ public:
 private:
     void add(const std::string& node, const std::string& image, const Settings& settings);
 
-    std::string _description = "; a made-up PC\n";
+    std::string _description = "; a simulated PC\n";
     std::vector<std::string> _options;
     std::unique_ptr<MachineProvider> _udisks;
 };

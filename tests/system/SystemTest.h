@@ -38,7 +38,7 @@ private:
     std::vector<std::string> _announced;
 };
 
-/// A test of the shipped program on a made-up machine.
+/// A test of the shipped program on a simulated machine.
 class MachineTest : public SystemTest
 {
 protected:
