@@ -83,7 +83,7 @@ QString interfaceOf(const BlockDevice& device)
 QString firstOf(const BlockDevice& device, std::initializer_list<const char*> properties)
 {
     for (const char* property : properties) {
-        const QString text = device.decodedText(property).simplified();
+        QString text = device.decodedText(property).simplified();
         if (!text.isEmpty()) {
             return text;
         }

@@ -37,7 +37,7 @@ bool holds(const std::vector<AnnouncedDevice>& devices, const AnnouncedDevice& d
 } // namespace
 
 UdevSource::UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs, LastState lastState,
-                       std::chrono::milliseconds patience)
+                       std::chrono::milliseconds patience, std::chrono::milliseconds calm)
     : _udev(std::move(udev))
     , _sysfs(std::move(sysfs))
     , _lastState(std::move(lastState))
@@ -50,8 +50,11 @@ UdevSource::UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs, LastState lastSt
     _patience.setSingleShot(true);
     _patience.setInterval(patience);
     connect(&_patience, &QTimer::timeout, this, &UdevSource::showAfterAll);
+    _calm.setSingleShot(true);
+    _calm.setInterval(calm);
+    connect(&_calm, &QTimer::timeout, this, &UdevSource::lookAround);
     connect(_udev.get(), &Udev::announced, this, &UdevSource::follow);
-    connect(_udev.get(), &Udev::settled, this, &UdevSource::lookAround);
+    connect(_udev.get(), &Udev::settled, this, &UdevSource::awaitCalm);
 }
 
 std::vector<const Device*> UdevSource::devices() const
@@ -152,6 +155,12 @@ void UdevSource::follow()
     } else {
         _lastState.write(announcedDevices());
     }
+}
+
+void UdevSource::awaitCalm()
+{
+    follow();
+    _calm.start();
 }
 
 /// Shows what a crash of udev has swallowed, and partitions that the kernel kept while their card was out.

@@ -26,9 +26,12 @@ class UdevSource : public DeviceSource
 
 public:
     static constexpr std::chrono::seconds PATIENCE{60};
+    /// How long udev has to be idle before all devices are looked at again. That takes longest of all that is
+    /// done here, and whoever asks meanwhile waits: not while sticks are being plugged.
+    static constexpr std::chrono::seconds CALM{1};
 
     explicit UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs = Sysfs(), LastState lastState = LastState(),
-                        std::chrono::milliseconds patience = PATIENCE);
+                        std::chrono::milliseconds patience = PATIENCE, std::chrono::milliseconds calm = CALM);
 
     void start() override;
     std::vector<const Device*> devices() const override;
@@ -60,6 +63,7 @@ private:
     void announceSince(const std::vector<AnnouncedDevice>& last);
 
     void follow();
+    void awaitCalm();
     void lookAround();
     bool handle(const Udev::Event& event);
     void reconcile();
@@ -84,6 +88,7 @@ private:
     LastState _lastState;
     qlonglong _bootTime;
     QTimer _patience;
+    QTimer _calm;
     Phase _phase = Phase::Waiting;
     std::vector<Entry> _entries; ///< what has been announced, in the order of enumeration
 };

@@ -21,8 +21,8 @@ class Watched
 {
 public:
     Watched(const RecordedMachine& machine, std::vector<BlockDevice> present, const std::string& stateFile,
-            std::chrono::milliseconds patience = 60s)
-        : source(std::unique_ptr<Udev>(udev), machine.sysfs(), LastState(stateFile), patience)
+            std::chrono::milliseconds patience = 60s, std::chrono::milliseconds calm = 0s)
+        : source(std::unique_ptr<Udev>(udev), machine.sysfs(), LastState(stateFile), patience, calm)
     {
         udev->database = std::move(present);
         const auto name = [](const QString& path) {
@@ -43,6 +43,13 @@ public:
     void start()
     {
         source.start();
+        QCoreApplication::processEvents();
+    }
+
+    /// udev's queue has become empty.
+    void settle()
+    {
+        Q_EMIT udev->settled();
         QCoreApplication::processEvents();
     }
 
@@ -115,10 +122,10 @@ TEST_F(UdevSourceTest, IsReadyWhenUdevsQueueIsEmptyAndEveryDeviceIsInitialized)
     Watched here(machine, {uninitialized("sdb"), device("sda"), uninitialized("loop1")}, stateFile);
     here.udev->idle = false;
     here.start();
-    Q_EMIT here.udev->settled();
+    here.settle();
     EXPECT_THAT(here.news(), IsEmpty());
     here.udev->idle = true;
-    Q_EMIT here.udev->settled();
+    here.settle();
     EXPECT_THAT(here.news(), IsEmpty());
     here.udev->database[0] = device("sdb");
     here.udev->announce(Kind::Came, device("sdb"));
@@ -163,7 +170,7 @@ TEST_F(UdevSourceTest, DoesNotAnnounceOnceMoreWhatWasAnnouncedWhileItWaited)
     here.udev->announce(Kind::Came, device("sdb"));
     EXPECT_THAT(here.news(), IsEmpty());
     here.udev->idle = true;
-    Q_EMIT here.udev->settled();
+    here.settle();
     QCoreApplication::processEvents();
     EXPECT_THAT(here.news(), ElementsAre("ready"));
     here.udev->announce(Kind::Came, device("sdb"));
@@ -199,7 +206,7 @@ TEST_F(UdevSourceTest, AnnouncesEachDeviceOnceAndIdentified)
     here.start();
     here.news();
     here.udev->database.push_back(uninitialized("sdb"));
-    Q_EMIT here.udev->settled();
+    here.settle();
     EXPECT_THAT(here.news(), IsEmpty());
     here.udev->database = devices({"sda", "sdb", "sdb1"});
     here.udev->announce(Kind::Came, device("sdb"));
@@ -209,7 +216,7 @@ TEST_F(UdevSourceTest, AnnouncesEachDeviceOnceAndIdentified)
     EXPECT_EQ(here.shown("sdb1", "IdLabel"), QVariant(QStringLiteral("MY STICK")));
     here.udev->announce(Kind::Came, device("sdb1"));
     here.udev->announce(Kind::Lost);
-    Q_EMIT here.udev->settled();
+    here.settle();
     EXPECT_THAT(here.news(), IsEmpty());
 }
 
@@ -246,12 +253,12 @@ TEST_F(UdevSourceTest, AnnouncesThePartitionsOfACardThatIsTakenOutAsRemovedAndAs
     here.udev->announce(Kind::Changed, device("sdb"));
     EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "changed sdb"));
     here.udev->announce(Kind::Changed, device("sdb1"));
-    Q_EMIT here.udev->settled();
+    here.settle();
     EXPECT_THAT(here.news(), IsEmpty());
     machine.setAttribute(disk + "/size", "7892992");
     here.udev->announce(Kind::Changed, device("sdb"));
     EXPECT_THAT(here.news(), ElementsAre("changed sdb"));
-    Q_EMIT here.udev->settled();
+    here.settle();
     EXPECT_THAT(here.news(), ElementsAre("added sdb1"));
 }
 
@@ -362,10 +369,20 @@ TEST_F(UdevSourceTest, AnnouncesTheDifferenceAfterALossAndWhenUdevHasSettled)
         if (isLoss) {
             here.udev->announce(Kind::Lost);
         } else {
-            Q_EMIT here.udev->settled();
+            here.settle();
         }
         EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "removed sdb", "added sda1"));
     }
+}
+
+TEST_F(UdevSourceTest, LooksAroundWhenUdevHasBeenIdleForAWhile)
+{
+    Watched here(machine, devices({"sda"}), stateFile, 60s, 60s);
+    here.start();
+    here.news();
+    here.udev->database = devices({"sda", "sda1"});
+    here.settle();
+    EXPECT_THAT(here.news(), IsEmpty());
 }
 
 TEST_F(UdevSourceTest, KnowsAnotherMediumWhenItLooksAgain)
