@@ -57,9 +57,14 @@ bool hasPeerWithoutInode(const std::string& bytes)
            answer.peer == 0;
 }
 
+/// Empty if the kernel cannot be asked.
 std::string answerTo(const std::string& question)
 {
-    VORNA::Socket kernel(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
+    const int descriptor = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
+    if (descriptor < 0) {
+        return {};
+    }
+    VORNA::Socket kernel(descriptor);
     kernel.setTimeout(AnswerBound);
     kernel.send(question, 0);
     std::string answer;
