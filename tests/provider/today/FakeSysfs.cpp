@@ -29,7 +29,7 @@ void FakeSysfs::addMapped(const std::string& name, const std::string& number,
     const std::string slaves = directoryOf(name) + "/slaves";
     fs::create_directory(slaves);
     for (const std::string& component : components) {
-        fs::create_directory_symlink(directoryOf(component), slaves + "/" + component);
+        fs::create_directory_symlink(directoryOf(component), fs::path(slaves) / component);
     }
 }
 
