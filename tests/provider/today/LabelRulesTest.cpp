@@ -19,6 +19,7 @@ std::string labelOf(const Device& device)
 std::vector<Device> sticks(const std::vector<const char*>& labels)
 {
     std::vector<Device> result;
+    result.reserve(labels.size());
     char letter = 'b';
     for (const char* label : labels) {
         result.push_back(external(QStringLiteral("sd%1%2").arg(QLatin1Char(letter++)).arg(1), Vfat,

@@ -4,7 +4,6 @@
 
 #include "provider/today/MountInfo.h"
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {

@@ -60,6 +60,7 @@ Picture present(const std::vector<Device>& devices, const Rules::Selection& rule
                 const Circumstances& circumstances)
 {
     std::vector<const Device*> pointers;
+    pointers.reserve(devices.size());
     for (const Device& one : devices) {
         pointers.push_back(&one);
     }
