@@ -90,6 +90,7 @@ protected:
     std::vector<BlockDevice> devices(const std::vector<const char*>& names) const
     {
         std::vector<BlockDevice> result;
+        result.reserve(names.size());
         for (const char* name : names) {
             result.push_back(device(name));
         }
