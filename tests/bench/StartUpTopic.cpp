@@ -247,7 +247,7 @@ void keepBudgets(const std::vector<Figure>& all)
     const Figure& most = all.back();
     Budgets::expectAtMost("time on top to bare questions, " + text(most.devices) + " partitions, " +
                               most.level->name,
-                          most.onTop(Quickest) / most.asking(Quickest), 2);
+                          most.onTop(Quickest) / most.asking(Quickest), 3);
 }
 
 } // namespace
