@@ -7,7 +7,7 @@
 #include <QCommandLineParser>
 
 #include "client/RemountRequest.h"
-#include "client/UsageError.h"
+#include "process/UsageError.h"
 
 namespace CommandLine {
 namespace {

@@ -7,7 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "client/TerminalText.h"
+#include "process/TerminalText.h"
 
 namespace DriveTable {
 namespace {

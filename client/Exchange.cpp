@@ -17,8 +17,8 @@
 
 #include <QByteArray>
 
-#include "client/DetachedStreams.h"
 #include "client/ServiceQueue.h"
+#include "process/DetachedStreams.h"
 #include "server/ClientSocket.h"
 
 namespace Exchange {

@@ -11,7 +11,7 @@
 
 #include <Poco/Exception.h>
 
-#include "client/DetachedStreams.h"
+#include "process/DetachedStreams.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "client/RemountRequest.h"
 
-#include "client/UsageError.h"
+#include "process/UsageError.h"
 #include "server/MountCommand.h"
 
 namespace RemountRequest {

@@ -12,11 +12,11 @@
 #include "client/Exchange.h"
 #include "client/ListedDrive.h"
 #include "client/Report.h"
-#include "client/TerminalText.h"
-#include "client/UsageError.h"
-#include "service/LogOutput.h"
-#include "service/StandardStreams.h"
-#include "service/Trace.h"
+#include "log/LogOutput.h"
+#include "log/Trace.h"
+#include "process/StandardStreams.h"
+#include "process/TerminalText.h"
+#include "process/UsageError.h"
 
 namespace {
 

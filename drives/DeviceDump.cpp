@@ -1,8 +1,8 @@
 #include "drives/DeviceDump.h"
 
 #include "drives/DeviceProperties.h"
-#include "service/LogText.h"
-#include "service/StopRequest.h"
+#include "log/LogText.h"
+#include "process/StopRequest.h"
 
 namespace DeviceDump {
 namespace {

@@ -1,7 +1,7 @@
 #include "drives/DeviceProperties.h"
 
 #include "drives/UDisks.h"
-#include "service/StopRequest.h"
+#include "process/StopRequest.h"
 
 DeviceProperties::DeviceProperties(const QDBusObjectPath& device)
     : _proxy(UDisks::service(), device.path(), QDBusConnection::systemBus())

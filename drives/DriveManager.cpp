@@ -15,9 +15,9 @@
 #include "drives/NtfsMount.h"
 #include "drives/Remount.h"
 #include "drives/UDisks.h"
-#include "service/LogText.h"
-#include "service/StopRequest.h"
-#include "service/Trace.h"
+#include "log/LogText.h"
+#include "log/Trace.h"
+#include "process/StopRequest.h"
 
 using MountPolicy::MountDirectory;
 

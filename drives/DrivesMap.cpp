@@ -8,7 +8,7 @@
 #include <QFileInfo>
 #include <QTemporaryFile>
 
-#include "service/LogText.h"
+#include "log/LogText.h"
 
 namespace DrivesMap {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "drives/MountCalls.h"
 #include "drives/MountPolicy.h"
-#include "service/LogText.h"
+#include "log/LogText.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "drives/NtfsMount.h"
 #include "drives/RemountOptions.h"
 #include "drives/ShellCommand.h"
-#include "service/LogText.h"
-#include "service/StopRequest.h"
+#include "log/LogText.h"
+#include "process/StopRequest.h"
 
 namespace Remount {
 namespace {

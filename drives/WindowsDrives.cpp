@@ -1,8 +1,8 @@
 #include "drives/WindowsDrives.h"
 
 #include "drives/DrivesMap.h"
-#include "service/LogText.h"
-#include "service/Trace.h"
+#include "log/LogText.h"
+#include "log/Trace.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <QEventLoop>
 
-#include "client/TerminalText.h"
+#include "process/TerminalText.h"
 #include "provider/MachineSource.h"
 #include "provider/today/Explanation.h"
 #include "provider/udev/LibUdev.h"

@@ -6,6 +6,8 @@
 #include <QDBusError>
 #include <QTextCodec>
 
+#include "process/SignalRelay.h"
+#include "process/StandardStreams.h"
 #include "provider/CommandLine.h"
 #include "provider/ExplainCommand.h"
 #include "provider/MachineClient.h"
@@ -15,8 +17,6 @@
 #include "provider/today/TodaySource.h"
 #include "provider/udev/LibUdev.h"
 #include "provider/udev/UdevSource.h"
-#include "service/SignalRelay.h"
-#include "service/StandardStreams.h"
 
 namespace {
 

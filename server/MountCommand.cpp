@@ -2,8 +2,8 @@
 
 #include <QStringList>
 
-#include "service/LogText.h"
-#include "service/Trace.h"
+#include "log/LogText.h"
+#include "log/Trace.h"
 
 const MountCommand::CommandMap<QString, MountCommand::Command> MountCommand::_s_cmdMap{
     {QStringLiteral("mount"), Mount},     {QStringLiteral("unmount"), Unmount},

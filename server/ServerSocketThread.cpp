@@ -8,9 +8,9 @@
 #include <QFile>
 
 #include "drives/DriveManager.h"
+#include "log/Trace.h"
 #include "server/MountCommand.h"
 #include "server/SocketException.h"
-#include "service/Trace.h"
 
 const int ServerSocketThread::_s_nRequestQueue = 5;
 const int ServerSocketThread::_s_nSelectIntervall = 100; // milliseconds

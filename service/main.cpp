@@ -6,13 +6,13 @@
 #include <QTextCodec>
 
 #include "drives/DriveManager.h"
+#include "log/LogOutput.h"
+#include "log/LogText.h"
+#include "log/Trace.h"
+#include "process/BrokenPipe.h"
+#include "process/SignalRelay.h"
+#include "process/StandardStreams.h"
 #include "server/ServerSocketThread.h"
-#include "service/BrokenPipe.h"
-#include "service/LogOutput.h"
-#include "service/LogText.h"
-#include "service/SignalRelay.h"
-#include "service/StandardStreams.h"
-#include "service/Trace.h"
 
 namespace {
 

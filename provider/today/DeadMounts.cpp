@@ -9,7 +9,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include "client/TerminalText.h"
+#include "process/TerminalText.h"
 #include "provider/Descriptor.h"
 
 namespace DeadMounts {

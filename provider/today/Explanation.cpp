@@ -1,6 +1,6 @@
 #include "provider/today/Explanation.h"
 
-#include "client/TerminalText.h"
+#include "process/TerminalText.h"
 #include "provider/DeviceView.h"
 #include "provider/today/DeviceTraits.h"
 #include "provider/today/Rules.h"

@@ -4,10 +4,10 @@
 #include <cstdlib>
 
 #include "drives/DriveLetters.h"
+#include "log/LogOutput.h"
+#include "log/LogText.h"
+#include "log/Trace.h"
 #include "server/MountCommand.h"
-#include "service/LogOutput.h"
-#include "service/LogText.h"
-#include "service/Trace.h"
 
 /// Fatal messages only: what is measured is not the log.
 Vorna::Logger* g_dbgR = Vorna::Logger::instance("/tmp/micro_bench.log", Vorna::Fatal, 1048576);

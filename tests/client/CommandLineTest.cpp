@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "client/UsageError.h"
+#include "process/UsageError.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 
 #include "drives/DriveManager.h"
-#include "service/StopRequest.h"
+#include "process/StopRequest.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
 #include "tests/support/MachineProvider.h"

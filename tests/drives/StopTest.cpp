@@ -5,7 +5,7 @@
 #include "drives/DeviceProperties.h"
 #include "drives/DriveManager.h"
 #include "drives/Remount.h"
-#include "service/StopRequest.h"
+#include "process/StopRequest.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
 #include "tests/support/ScriptedUDisks.h"

@@ -1,6 +1,6 @@
 #include <QtGlobal>
 
-#include "service/Trace.h"
+#include "log/Trace.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "log/Trace.h"
 #include "server/MountCommand.h"
-#include "service/Trace.h"
 #include "tests/support/LogWatch.h"
 
 using testing::ElementsAre;

@@ -20,10 +20,10 @@
 #include <QTextCodec>
 
 #include "drives/DriveManager.h"
+#include "log/Trace.h"
 #include "server/ClientSocket.h"
 #include "server/ServerSocketThread.h"
 #include "server/SocketException.h"
-#include "service/Trace.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
 #include "tests/support/MachineProvider.h"

@@ -6,7 +6,7 @@
 #include <regex>
 #include <sstream>
 
-#include "service/Trace.h"
+#include "log/Trace.h"
 #include "tests/support/TestLog.h"
 
 namespace LogWatch {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "service/Logger.h"
+#include "log/Logger.h"
 
 /// The log is output under test. A test says what it expects; whatever else arrives at warning level or above
 /// fails it (TestMain installs the check for every test).

@@ -5,8 +5,8 @@
 #include <QCoreApplication>
 #include <QTextCodec>
 
-#include "service/LogOutput.h"
-#include "service/Trace.h"
+#include "log/LogOutput.h"
+#include "log/Trace.h"
 #include "tests/support/LogWatch.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/TestLog.h"

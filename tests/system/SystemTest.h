@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "service/Logger.h"
+#include "log/Logger.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/system/Machine.h"
 #include "tests/system/Service.h"

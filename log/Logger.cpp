@@ -1,4 +1,4 @@
-#include "service/Logger.h"
+#include "log/Logger.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "client/TerminalText.h"
+#include "process/TerminalText.h"
 
 #include <clocale>
 

@@ -1,4 +1,4 @@
-#include "client/DetachedStreams.h"
+#include "process/DetachedStreams.h"
 
 #include <initializer_list>
 

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "service/LogText.h"
+#include "log/LogText.h"
 #include "tests/support/LogWatch.h"
 
 using testing::ElementsAre;

@@ -1,4 +1,4 @@
-#include "service/StopRequest.h"
+#include "process/StopRequest.h"
 
 #include <atomic>
 

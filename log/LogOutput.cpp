@@ -2,13 +2,13 @@
 // over text that the framework has already formatted by its own pattern.
 #define QT_DISABLE_DEPRECATED_BEFORE 0x040800
 
-#include "service/LogOutput.h"
+#include "log/LogOutput.h"
 
 #include <cstring>
 
 #include <QCoreApplication>
 
-#include "service/Trace.h"
+#include "log/Trace.h"
 
 namespace {
 

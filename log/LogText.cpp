@@ -1,8 +1,8 @@
-#include "service/LogText.h"
+#include "log/LogText.h"
 
 #include <QDebug>
 
-#include "service/Trace.h"
+#include "log/Trace.h"
 
 namespace LogText {
 namespace {

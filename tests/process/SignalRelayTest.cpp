@@ -4,8 +4,8 @@
 
 #include <gmock/gmock.h>
 
-#include "service/SignalRelay.h"
-#include "service/StopRequest.h"
+#include "process/SignalRelay.h"
+#include "process/StopRequest.h"
 #include "tests/support/WaitFor.h"
 
 using testing::ElementsAre;

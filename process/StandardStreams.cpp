@@ -1,4 +1,4 @@
-#include "service/StandardStreams.h"
+#include "process/StandardStreams.h"
 
 #include <fcntl.h>
 #include <unistd.h>

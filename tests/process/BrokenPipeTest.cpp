@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-#include "service/BrokenPipe.h"
+#include "process/BrokenPipe.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include <gmock/gmock.h>
 
-#include "service/Logger.h"
+#include "log/Logger.h"
 #include "tests/support/TemporaryDirectory.h"
 
 using testing::HasSubstr;

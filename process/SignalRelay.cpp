@@ -1,4 +1,4 @@
-#include "service/SignalRelay.h"
+#include "process/SignalRelay.h"
 
 #include <array>
 #include <cerrno>
@@ -10,7 +10,7 @@
 
 #include <QSocketNotifier>
 
-#include "service/StopRequest.h"
+#include "process/StopRequest.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <QDebug>
 #include <QTimer>
 
-#include "service/LogOutput.h"
+#include "log/LogOutput.h"
 #include "tests/support/LogWatch.h"
 
 using testing::ElementsAre;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "service/Logger.h"
+#include "log/Logger.h"
 
 /// The logger of the program that this code is linked into. Each program defines it beside its `main`, so
 /// that linking a class into a client or a test never creates the service's log directory.

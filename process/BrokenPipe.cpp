@@ -1,4 +1,4 @@
-#include "service/BrokenPipe.h"
+#include "process/BrokenPipe.h"
 
 #include <csignal>
 
