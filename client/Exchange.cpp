@@ -18,7 +18,7 @@
 #include <QByteArray>
 
 #include "client/ServiceQueue.h"
-#include "process/DetachedStreams.h"
+#include "process/StandardStreams.h"
 #include "server/ClientSocket.h"
 
 namespace Exchange {

@@ -11,7 +11,7 @@
 
 #include <Poco/Exception.h>
 
-#include "process/DetachedStreams.h"
+#include "process/StandardStreams.h"
 
 namespace {
 

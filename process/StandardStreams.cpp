@@ -1,5 +1,7 @@
 #include "process/StandardStreams.h"
 
+#include <initializer_list>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -11,4 +13,13 @@ void completeStandardStreams()
         descriptor = open("/dev/null", O_RDWR);
     } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
     close(descriptor);
+}
+
+void detachStandardStreams()
+{
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        dup2(null, descriptor);
+    }
+    close(null);
 }

@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-/// The command line asks for something that does not exist or that no request can carry. `what()` says so in
-/// one line.
+/// The command line makes no sense, or it asks for something that does not exist or cannot be passed on.
+/// `what()` says so in one line for the user.
 class UsageError : public std::runtime_error
 {
 public:

@@ -5,6 +5,8 @@
 
 #include <QHash>
 
+#include "process/UsageError.h"
+
 namespace {
 
 using Action = CommandLine::Action;

@@ -1,19 +1,11 @@
 #pragma once
 
-#include <stdexcept>
 #include <string>
 
 #include <QString>
 #include <QStringList>
 
 #include "provider/today/Rules.h"
-
-/// The arguments make no sense; what() is one line for people.
-class UsageError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// What the arguments of `vrudisks` ask for.
 struct CommandLine

@@ -8,6 +8,7 @@
 
 #include "process/SignalRelay.h"
 #include "process/StandardStreams.h"
+#include "process/UsageError.h"
 #include "provider/CommandLine.h"
 #include "provider/ExplainCommand.h"
 #include "provider/MachineClient.h"

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "process/UsageError.h"
 #include "provider/CommandLine.h"
 
 namespace {
