@@ -19,7 +19,7 @@
 
 #include "client/ServiceQueue.h"
 #include "process/StandardStreams.h"
-#include "server/ClientSocket.h"
+#include "socket/ClientSocket.h"
 
 namespace Exchange {
 namespace {

@@ -10,7 +10,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 
-#include "server/Socket.h"
+#include "socket/Socket.h"
 
 namespace {
 

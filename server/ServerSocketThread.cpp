@@ -10,7 +10,7 @@
 #include "drives/DriveManager.h"
 #include "log/Trace.h"
 #include "server/MountCommand.h"
-#include "server/SocketException.h"
+#include "socket/SocketException.h"
 
 const int ServerSocketThread::_s_nRequestQueue = 5;
 const int ServerSocketThread::_s_nSelectIntervall = 100; // milliseconds

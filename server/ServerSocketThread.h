@@ -9,7 +9,7 @@
 #include <QString>
 #include <QThread>
 
-#include "server/ServerSocket.h"
+#include "socket/ServerSocket.h"
 
 /// Serves the command socket: one request and one reply per connection, one connection at a time, in the
 /// order in which clients connect (docs/protocol.md).

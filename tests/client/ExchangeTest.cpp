@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "server/ClientSocket.h"
+#include "socket/ClientSocket.h"
 #include "tests/client/Client.h"
 #include "tests/client/ClientProcesses.h"
 #include "tests/client/ServiceSide.h"

@@ -5,7 +5,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 
-#include "server/ClientSocket.h"
+#include "socket/ClientSocket.h"
 #include "tests/client/ServiceSide.h"
 
 namespace {

@@ -9,7 +9,7 @@
 
 #include <sys/socket.h>
 
-#include "server/ServerSocket.h"
+#include "socket/ServerSocket.h"
 #include "tests/support/TemporaryDirectory.h"
 
 /// A test that plays the service, with the server side of the socket library. It works in a directory of its

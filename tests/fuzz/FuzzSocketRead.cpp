@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "server/Socket.h"
+#include "socket/Socket.h"
 #include "tests/fuzz/Require.h"
 
 /// The input is a list of 16-bit numbers. The first is the size to read (0: one message), the others are the

@@ -21,9 +21,9 @@
 
 #include "drives/DriveManager.h"
 #include "log/Trace.h"
-#include "server/ClientSocket.h"
 #include "server/ServerSocketThread.h"
-#include "server/SocketException.h"
+#include "socket/ClientSocket.h"
+#include "socket/SocketException.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
 #include "tests/support/MachineProvider.h"

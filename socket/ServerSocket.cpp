@@ -1,4 +1,4 @@
-#include "server/ServerSocket.h"
+#include "socket/ServerSocket.h"
 
 #include <cerrno>
 #include <cstring>
@@ -9,7 +9,7 @@
 
 #include <Poco/File.h>
 
-#include "server/SocketAddress.h"
+#include "socket/SocketAddress.h"
 
 namespace VORNA {
 namespace {

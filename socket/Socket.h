@@ -5,7 +5,7 @@
 
 #include <sys/socket.h>
 
-#include "server/SocketException.h"
+#include "socket/SocketException.h"
 
 namespace VORNA {
 

@@ -2,7 +2,7 @@
 
 #include <Poco/SharedPtr.h>
 
-#include "server/Socket.h"
+#include "socket/Socket.h"
 
 namespace VORNA {
 

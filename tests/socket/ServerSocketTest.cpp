@@ -10,9 +10,9 @@
 #include <netinet/in.h>
 #include <sys/stat.h>
 
-#include "server/ClientSocket.h"
-#include "server/ServerSocket.h"
-#include "tests/server/SocketTesting.h"
+#include "socket/ClientSocket.h"
+#include "socket/ServerSocket.h"
+#include "tests/socket/SocketTesting.h"
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;

@@ -1,4 +1,4 @@
-#include "server/Socket.h"
+#include "socket/Socket.h"
 
 #include <algorithm>
 #include <array>

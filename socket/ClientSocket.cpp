@@ -1,11 +1,11 @@
-#include "server/ClientSocket.h"
+#include "socket/ClientSocket.h"
 
 #include <cerrno>
 #include <cstring>
 
 #include <sys/un.h>
 
-#include "server/SocketAddress.h"
+#include "socket/SocketAddress.h"
 
 namespace VORNA {
 

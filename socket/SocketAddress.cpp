@@ -1,4 +1,4 @@
-#include "server/SocketAddress.h"
+#include "socket/SocketAddress.h"
 
 #include <cstring>
 #include <sstream>

@@ -3,8 +3,8 @@
 
 #include <gmock/gmock.h>
 
-#include "server/Socket.h"
-#include "tests/server/SocketTesting.h"
+#include "socket/Socket.h"
+#include "tests/socket/SocketTesting.h"
 
 using testing::ElementsAre;
 using VORNA::Socket;

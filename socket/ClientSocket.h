@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/Socket.h"
+#include "socket/Socket.h"
 
 namespace VORNA {
 

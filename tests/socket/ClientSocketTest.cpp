@@ -3,8 +3,8 @@
 #include <netinet/in.h>
 #include <sys/un.h>
 
-#include "server/ClientSocket.h"
-#include "tests/server/SocketTesting.h"
+#include "socket/ClientSocket.h"
+#include "tests/socket/SocketTesting.h"
 
 using VORNA::ClientSocket;
 

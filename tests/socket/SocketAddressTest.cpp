@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "server/SocketAddress.h"
+#include "socket/SocketAddress.h"
 
 using VORNA::firstAddress;
 using VORNA::hostAndPort;

@@ -1,4 +1,4 @@
-#include "tests/server/SystemCalls.h"
+#include "tests/socket/SystemCalls.h"
 
 #include <cstring>
 

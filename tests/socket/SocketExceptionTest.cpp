@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "server/SocketException.h"
+#include "socket/SocketException.h"
 
 using namespace VORNA;
 

@@ -9,8 +9,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "server/SocketException.h"
-#include "tests/server/SystemCalls.h"
+#include "socket/SocketException.h"
+#include "tests/socket/SystemCalls.h"
 #include "tests/support/TemporaryDirectory.h"
 
 /// A host that is refused without asking any name server.
