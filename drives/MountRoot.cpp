@@ -7,8 +7,8 @@
 #include <QDir>
 #include <QFile>
 
-#include "drives/MountCalls.h"
 #include "drives/MountPolicy.h"
+#include "kernel/MountCalls.h"
 #include "log/LogText.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "drives/NtfsMount.h"
 
-#include "drives/MountCalls.h"
 #include "drives/MountPolicy.h"
+#include "kernel/MountCalls.h"
 #include "log/LogText.h"
 
 namespace NtfsMount {

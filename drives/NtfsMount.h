@@ -1,6 +1,6 @@
 #pragma once
 
-#include "drives/ShellCommand.h"
+#include "kernel/ShellCommand.h"
 
 /// Running the user-space NTFS driver. Every failure becomes a warning in the log; nothing throws.
 namespace NtfsMount {

@@ -1,10 +1,10 @@
 #include "drives/Remount.h"
 
-#include "drives/MountCalls.h"
 #include "drives/MountPolicy.h"
 #include "drives/NtfsMount.h"
 #include "drives/RemountOptions.h"
-#include "drives/ShellCommand.h"
+#include "kernel/MountCalls.h"
+#include "kernel/ShellCommand.h"
 #include "log/LogText.h"
 #include "process/StopRequest.h"
 

@@ -2,8 +2,8 @@
 
 #include <sys/sysmacros.h>
 
+#include "kernel/MountTable.h"
 #include "provider/InterfaceDescription.h"
-#include "provider/MountTable.h"
 #include "provider/PropertyValue.h"
 
 namespace DeviceView {

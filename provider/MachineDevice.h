@@ -2,8 +2,8 @@
 
 #include <sys/types.h>
 
+#include "kernel/Identification.h"
 #include "provider/Device.h"
-#include "provider/Identification.h"
 #include "provider/MachineFile.h"
 
 /// The device that a section of the machine's file stands for: what the section gives, and beside it what

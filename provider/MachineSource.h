@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "kernel/Identification.h"
+#include "kernel/LoopDevice.h"
 #include "provider/DeviceSource.h"
-#include "provider/Identification.h"
-#include "provider/LoopDevice.h"
 #include "provider/MachineFile.h"
 
 /// The devices of a simulated machine, in the order of its file. A device with an image is attached to a loop

@@ -6,7 +6,7 @@
 
 #include <QByteArray>
 
-#include "provider/Sysfs.h"
+#include "kernel/Sysfs.h"
 
 /// What block devices stand on, by their numbers. What sysfs does not show is empty, or 0.
 class BlockStack

@@ -9,8 +9,8 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include "kernel/Descriptor.h"
 #include "process/TerminalText.h"
-#include "provider/Descriptor.h"
 
 namespace DeadMounts {
 namespace {

@@ -5,8 +5,8 @@
 
 #include <QStringList>
 
+#include "kernel/MountInfo.h"
 #include "provider/today/BlockStack.h"
-#include "provider/today/MountInfo.h"
 
 /// What the NTFS driver leaves when its device is pulled out: a mount that answers every question with an
 /// error, and over which nothing can be mounted.

@@ -8,8 +8,8 @@
 #include <QSet>
 #include <QString>
 
+#include "kernel/MountInfo.h"
 #include "provider/today/BlockStack.h"
-#include "provider/today/MountInfo.h"
 
 /// What the rescue system runs from. It is found by what is mounted and by what that stands on, never by a
 /// label, which any stick could carry.

@@ -2,7 +2,7 @@
 
 #include <QVariantMap>
 
-#include "provider/Sysfs.h"
+#include "kernel/Sysfs.h"
 #include "provider/udev/BlockDevice.h"
 
 /// What UDisks 1 shows of the drive that a device is on, and of the medium in it; of a virtual device, which

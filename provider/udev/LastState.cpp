@@ -11,7 +11,7 @@
 #include <QRegularExpression>
 #include <QSaveFile>
 
-#include "provider/Descriptor.h"
+#include "kernel/Descriptor.h"
 #include "provider/ObjectPath.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "provider/Sysfs.h"
+#include "kernel/Sysfs.h"
 #include "provider/udev/BlockDevice.h"
 
 /// Whether a disk belongs to the machine.

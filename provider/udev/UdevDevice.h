@@ -2,9 +2,9 @@
 
 #include <optional>
 
+#include "kernel/Sysfs.h"
 #include "provider/BusOrder.h"
 #include "provider/Device.h"
-#include "provider/Sysfs.h"
 #include "provider/udev/BlockDevice.h"
 
 /// A block device of udev as UDisks 1 shows it.

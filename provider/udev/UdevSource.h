@@ -7,8 +7,8 @@
 
 #include <QTimer>
 
+#include "kernel/Sysfs.h"
 #include "provider/DeviceSource.h"
-#include "provider/Sysfs.h"
 #include "provider/udev/LastState.h"
 #include "provider/udev/Udev.h"
 #include "provider/udev/UdevDevice.h"

@@ -14,8 +14,8 @@
 
 #include <gmock/gmock.h>
 
-#include "provider/DeviceNode.h"
-#include "provider/LoopDevice.h"
+#include "kernel/DeviceNode.h"
+#include "kernel/LoopDevice.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
 #include "tests/support/MachineProvider.h"

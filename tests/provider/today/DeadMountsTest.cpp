@@ -9,7 +9,7 @@
 
 #include <gmock/gmock.h>
 
-#include "provider/LoopDevice.h"
+#include "kernel/LoopDevice.h"
 #include "provider/today/DeadMounts.h"
 #include "provider/today/TodaySource.h"
 #include "tests/provider/today/FakeSysfs.h"

@@ -22,7 +22,7 @@
 
 #include <QDBusObjectPath>
 
-#include "provider/Descriptor.h"
+#include "kernel/Descriptor.h"
 #include "provider/udev/LibUdev.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"

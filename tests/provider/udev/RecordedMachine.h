@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "provider/Sysfs.h"
+#include "kernel/Sysfs.h"
 #include "provider/udev/BlockDevice.h"
 #include "tests/support/TemporaryDirectory.h"
 

@@ -7,7 +7,7 @@
 #include <QRegularExpression>
 #include <QStringList>
 
-#include "drives/ShellCommand.h"
+#include "kernel/ShellCommand.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "provider/today/MountInfo.h"
+#include "kernel/MountInfo.h"
 
 #include <sys/sysmacros.h>
 

@@ -1,4 +1,4 @@
-#include "drives/ShellCommand.h"
+#include "kernel/ShellCommand.h"
 
 #include <QFile>
 #include <QRegularExpression>

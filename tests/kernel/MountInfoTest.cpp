@@ -2,7 +2,7 @@
 
 #include <sys/sysmacros.h>
 
-#include "provider/today/MountInfo.h"
+#include "kernel/MountInfo.h"
 
 using testing::IsEmpty;
 

@@ -4,7 +4,7 @@
 
 #include <sys/sysmacros.h>
 
-#include "provider/MountTable.h"
+#include "kernel/MountTable.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "provider/MountTable.h"
+#include "kernel/MountTable.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "drives/MountCalls.h"
+#include "kernel/MountCalls.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "provider/LoopDevice.h"
+#include "kernel/LoopDevice.h"
 
 #include <cerrno>
 #include <cstring>

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "drives/MountCalls.h"
+#include "kernel/MountCalls.h"
 #include "tests/support/KernelDoor.h"
 
 using testing::ElementsAre;

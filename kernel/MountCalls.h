@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "drives/ShellCommand.h"
+#include "kernel/ShellCommand.h"
 
 /// The one door to the kernel and to external programs. Each operation makes exactly the call it is named for
 /// and hands back what the call returned; nothing here decides, logs or throws. Paths and texts are passed in

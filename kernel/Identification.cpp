@@ -1,4 +1,4 @@
-#include "provider/Identification.h"
+#include "kernel/Identification.h"
 
 #include <cerrno>
 #include <memory>
@@ -7,7 +7,7 @@
 #include <blkid.h>
 #include <fcntl.h>
 
-#include "provider/Descriptor.h"
+#include "kernel/Descriptor.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "provider/DeviceNode.h"
+#include "kernel/DeviceNode.h"
 
 #include <cerrno>
 #include <cstring>

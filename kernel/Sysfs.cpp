@@ -1,4 +1,4 @@
-#include "provider/Sysfs.h"
+#include "kernel/Sysfs.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -5,7 +5,7 @@
 
 #include <sys/stat.h>
 
-#include "provider/Identification.h"
+#include "kernel/Identification.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "provider/Descriptor.h"
-#include "provider/DeviceNode.h"
+#include "kernel/Descriptor.h"
+#include "kernel/DeviceNode.h"
 
 /// A disk image attached to a loop device of the kernel, with a node of its own below /dev.
 ///
