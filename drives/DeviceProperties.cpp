@@ -1,6 +1,6 @@
 #include "drives/DeviceProperties.h"
 
-#include "drives/UDisks.h"
+#include "interfaces/UDisks.h"
 #include "process/StopRequest.h"
 
 DeviceProperties::DeviceProperties(const QDBusObjectPath& device)

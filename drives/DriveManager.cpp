@@ -13,7 +13,7 @@
 #include "drives/MountPolicy.h"
 #include "drives/NtfsMount.h"
 #include "drives/Remount.h"
-#include "drives/UDisks.h"
+#include "interfaces/UDisks.h"
 #include "kernel/MountCalls.h"
 #include "log/LogText.h"
 #include "log/Trace.h"

@@ -5,8 +5,8 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include "interfaces/InterfaceDescription.h"
 #include "provider/BusCall.h"
-#include "provider/InterfaceDescription.h"
 
 /// An object with one interface of its own, as its clients on the bus see it.
 class BusObject

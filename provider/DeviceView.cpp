@@ -2,9 +2,9 @@
 
 #include <sys/sysmacros.h>
 
+#include "interfaces/InterfaceDescription.h"
+#include "interfaces/PropertyValue.h"
 #include "kernel/MountTable.h"
-#include "provider/InterfaceDescription.h"
-#include "provider/PropertyValue.h"
 
 namespace DeviceView {
 namespace {

@@ -7,9 +7,9 @@
 #include <QFile>
 #include <QHash>
 
-#include "provider/InterfaceDescription.h"
+#include "interfaces/InterfaceDescription.h"
+#include "interfaces/PropertyValue.h"
 #include "provider/NodeName.h"
-#include "provider/PropertyValue.h"
 
 namespace MachineFile {
 namespace {

@@ -3,7 +3,7 @@
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 
-#include "provider/InterfaceDescription.h"
+#include "interfaces/InterfaceDescription.h"
 #include "provider/ObjectPath.h"
 
 UDisksService::UDisksService(DeviceSource& source, const QDBusConnection& bus)

@@ -6,9 +6,9 @@
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 
+#include "interfaces/InterfaceDescription.h"
 #include "provider/DeviceTree.h"
 #include "provider/Dispatch.h"
-#include "provider/InterfaceDescription.h"
 #include "provider/MachineObject.h"
 #include "provider/MachineSource.h"
 #include "tests/support/TemporaryDirectory.h"

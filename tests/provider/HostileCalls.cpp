@@ -1,6 +1,6 @@
 #include "tests/provider/HostileCalls.h"
 
-#include "provider/InterfaceDescription.h"
+#include "interfaces/InterfaceDescription.h"
 
 namespace HostileCalls {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <QDBusObjectPath>
 
+#include "interfaces/InterfaceDescription.h"
 #include "provider/DeviceView.h"
-#include "provider/InterfaceDescription.h"
 #include "provider/MachineDevice.h"
 
 namespace {

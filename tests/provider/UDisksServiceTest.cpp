@@ -6,8 +6,8 @@
 #include <QDBusMetaType>
 #include <QSet>
 
-#include "provider/InterfaceDescription.h"
-#include "provider/PropertyValue.h"
+#include "interfaces/InterfaceDescription.h"
+#include "interfaces/PropertyValue.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
 #include "tests/support/MachineProvider.h"

@@ -6,7 +6,7 @@
 
 #include "QDBusUDisksDeviceProxy.h"
 #include "QDBusUDisksProxy.h"
-#include "drives/UDisks.h"
+#include "interfaces/UDisks.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 
-#include "provider/InterfaceDescription.h"
-#include "provider/PropertyValue.h"
+#include "interfaces/InterfaceDescription.h"
+#include "interfaces/PropertyValue.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "provider/InterfaceDescription.h"
+#include "interfaces/InterfaceDescription.h"
 
 #include <QFile>
 #include <QXmlStreamReader>

@@ -1,4 +1,4 @@
-#include "provider/PropertyValue.h"
+#include "interfaces/PropertyValue.h"
 
 #include <limits>
 
