@@ -3,7 +3,7 @@
 #include <QEventLoop>
 
 #include "process/TerminalText.h"
-#include "provider/MachineSource.h"
+#include "provider/machine/MachineSource.h"
 #include "provider/today/Explanation.h"
 #include "provider/udev/LibUdev.h"
 #include "provider/udev/UdevSource.h"

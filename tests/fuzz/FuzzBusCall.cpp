@@ -14,8 +14,8 @@
 
 #include "provider/DeviceTree.h"
 #include "provider/Dispatch.h"
-#include "provider/MachineObject.h"
-#include "provider/MachineSource.h"
+#include "provider/machine/MachineObject.h"
+#include "provider/machine/MachineSource.h"
 #include "tests/fuzz/Require.h"
 
 /// The input is a call, or several: lines with the path, the interface, the member, the signature, the number

@@ -9,8 +9,8 @@
 #include "interfaces/InterfaceDescription.h"
 #include "provider/DeviceTree.h"
 #include "provider/Dispatch.h"
-#include "provider/MachineObject.h"
-#include "provider/MachineSource.h"
+#include "provider/machine/MachineObject.h"
+#include "provider/machine/MachineSource.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {

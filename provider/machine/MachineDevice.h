@@ -4,7 +4,7 @@
 
 #include "kernel/Identification.h"
 #include "provider/Device.h"
-#include "provider/MachineFile.h"
+#include "provider/machine/MachineFile.h"
 
 /// The device that a section of the machine's file stands for: what the section gives, and beside it what
 /// follows from the node's name and from the content of the image. `number` is the loop device's, 0 without

@@ -1,10 +1,10 @@
-#include "provider/MachineObject.h"
+#include "provider/machine/MachineObject.h"
 
 #include <stdexcept>
 
 #include <QDBusError>
 
-#include "provider/MachineSource.h"
+#include "provider/machine/MachineSource.h"
 
 MachineObject::MachineObject(MachineSource& machine, Admission mayControl)
     : _machine(machine)

@@ -1,10 +1,10 @@
-#include "provider/MachineClient.h"
+#include "provider/machine/MachineClient.h"
 
 #include <QDBusError>
 #include <QDBusMessage>
 
-#include "provider/MachineControl.h"
 #include "provider/ObjectPath.h"
+#include "provider/machine/MachineControl.h"
 
 namespace MachineClient {
 namespace {

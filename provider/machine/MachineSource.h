@@ -7,7 +7,7 @@
 #include "kernel/Identification.h"
 #include "kernel/LoopDevice.h"
 #include "provider/DeviceSource.h"
-#include "provider/MachineFile.h"
+#include "provider/machine/MachineFile.h"
 
 /// The devices of a simulated machine, in the order of its file. A device with an image is attached to a loop
 /// device while it is plugged in.

@@ -1,4 +1,4 @@
-#include "provider/MachineControl.h"
+#include "provider/machine/MachineControl.h"
 
 #include <unistd.h>
 

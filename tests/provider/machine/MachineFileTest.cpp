@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "provider/MachineFile.h"
+#include "provider/machine/MachineFile.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "provider/MachineDevice.h"
+#include "provider/machine/MachineDevice.h"
 
 #include <sys/sysmacros.h>
 

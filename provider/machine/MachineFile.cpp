@@ -1,4 +1,4 @@
-#include "provider/MachineFile.h"
+#include "provider/machine/MachineFile.h"
 
 #include <algorithm>
 #include <filesystem>

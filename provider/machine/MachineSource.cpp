@@ -1,9 +1,9 @@
-#include "provider/MachineSource.h"
+#include "provider/machine/MachineSource.h"
 
 #include <algorithm>
 
-#include "provider/MachineDevice.h"
 #include "provider/ObjectPath.h"
+#include "provider/machine/MachineDevice.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "interfaces/InterfaceDescription.h"
 #include "provider/DeviceView.h"
-#include "provider/MachineDevice.h"
+#include "provider/machine/MachineDevice.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "provider/MachineSource.h"
+#include "provider/machine/MachineSource.h"
 #include "tests/support/TemporaryDirectory.h"
 
 using testing::ElementsAre;
