@@ -4,7 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "tests/system/Files.h"
+#include "tests/support/Files.h"
 
 namespace fs = std::filesystem;
 

@@ -2,7 +2,7 @@
 
 #include <map>
 
-#include "tests/system/Images.h"
+#include "tests/support/Images.h"
 
 namespace {
 

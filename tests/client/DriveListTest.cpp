@@ -12,9 +12,9 @@
 
 #include "tests/client/Client.h"
 #include "tests/client/MountedImages.h"
+#include "tests/support/Images.h"
+#include "tests/support/KernelMounts.h"
 #include "tests/support/Process.h"
-#include "tests/system/Images.h"
-#include "tests/system/KernelMounts.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 
 #include <QStandardPaths>
 
+#include "tests/support/KernelMounts.h"
 #include "tests/support/Process.h"
 #include "tests/support/WaitFor.h"
-#include "tests/system/KernelMounts.h"
 
 namespace fs = std::filesystem;
 

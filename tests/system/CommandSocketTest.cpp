@@ -8,10 +8,10 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include "tests/support/Files.h"
 #include "tests/support/Process.h"
 #include "tests/support/WaitFor.h"
 #include "tests/system/CommandClient.h"
-#include "tests/system/Files.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;

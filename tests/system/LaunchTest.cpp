@@ -6,8 +6,8 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
+#include "tests/support/Files.h"
 #include "tests/support/WaitFor.h"
-#include "tests/system/Files.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;

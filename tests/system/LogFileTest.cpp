@@ -4,7 +4,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
-#include "tests/system/Files.h"
+#include "tests/support/Files.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;

@@ -5,11 +5,11 @@
 
 #include <unistd.h>
 
+#include "tests/support/Files.h"
+#include "tests/support/Images.h"
+#include "tests/support/KernelMounts.h"
 #include "tests/support/WaitFor.h"
 #include "tests/system/CommandClient.h"
-#include "tests/system/Files.h"
-#include "tests/system/Images.h"
-#include "tests/system/KernelMounts.h"
 #include "tests/system/StandIn.h"
 #include "tests/system/SystemTest.h"
 

@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/Files.h"
 #include "tests/support/UnixSockets.h"
 #include "tests/support/WaitFor.h"
-#include "tests/system/Files.h"
 
 namespace fs = std::filesystem;
 

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/Files.h"
 #include "tests/support/Process.h"
-#include "tests/system/Files.h"
 
 /// Programs that a service started with `environment` finds before the real ones.
 namespace StandIn {

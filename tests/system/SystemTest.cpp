@@ -9,7 +9,7 @@
 
 #include <QStandardPaths>
 
-#include "tests/system/KernelMounts.h"
+#include "tests/support/KernelMounts.h"
 
 namespace {
 

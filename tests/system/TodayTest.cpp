@@ -1,9 +1,9 @@
 #include <filesystem>
 
+#include "tests/support/Files.h"
+#include "tests/support/Images.h"
+#include "tests/support/KernelMounts.h"
 #include "tests/support/WaitFor.h"
-#include "tests/system/Files.h"
-#include "tests/system/Images.h"
-#include "tests/system/KernelMounts.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;

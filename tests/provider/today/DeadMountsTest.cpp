@@ -13,10 +13,10 @@
 #include "provider/today/DeadMounts.h"
 #include "provider/today/TodaySource.h"
 #include "tests/provider/today/FakeSysfs.h"
+#include "tests/support/Images.h"
+#include "tests/support/KernelMounts.h"
 #include "tests/support/Process.h"
 #include "tests/support/WaitFor.h"
-#include "tests/system/Images.h"
-#include "tests/system/KernelMounts.h"
 
 namespace fs = std::filesystem;
 

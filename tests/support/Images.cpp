@@ -1,4 +1,4 @@
-#include "tests/system/Images.h"
+#include "tests/support/Images.h"
 
 #include <filesystem>
 #include <fstream>
@@ -6,11 +6,11 @@
 
 #include <sys/mount.h>
 
+#include "tests/support/Files.h"
+#include "tests/support/KernelMounts.h"
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/WaitFor.h"
-#include "tests/system/Files.h"
-#include "tests/system/KernelMounts.h"
 
 namespace fs = std::filesystem;
 

@@ -1,4 +1,4 @@
-#include "tests/system/KernelMounts.h"
+#include "tests/support/KernelMounts.h"
 
 #include <algorithm>
 #include <cstdio>
