@@ -7,6 +7,7 @@
 #include <QCommandLineParser>
 
 #include "client/RemountRequest.h"
+#include "interfaces/ServicePaths.h"
 #include "process/UsageError.h"
 
 namespace CommandLine {
@@ -38,8 +39,8 @@ QCommandLineOption option(const char* name, const char* defaultValue)
 
 void declareOptions(QCommandLineParser& parser)
 {
-    parser.addOptions({option("help"), option("version"), option("json"), option("socket", "/tmp/vrmount"),
-                       option("timeout", "10")});
+    parser.addOptions({option("help"), option("version"), option("json"),
+                       option("socket", ServicePaths::CommandSocket), option("timeout", "10")});
 }
 
 /// Also what the socket library's address text would take for something else.

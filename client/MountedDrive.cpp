@@ -7,6 +7,8 @@
 
 #include <libmount.h>
 
+#include "interfaces/ServicePaths.h"
+
 namespace MountedDrives {
 namespace {
 
@@ -36,17 +38,22 @@ MountedDrive driveOf(libmnt_fs* line)
     return drive;
 }
 
-bool startsWith(const std::string& text, const char* start)
+bool startsWith(const std::string& text, const std::string& start)
 {
-    return text.compare(0, std::strlen(start), start) == 0;
+    return text.compare(0, start.size(), start) == 0;
 }
 
 bool isListed(const MountedDrive& drive)
 {
-    if (drive.directory == "/media" || drive.directory == "/mnt") {
-        return startsWith(drive.device, "/dev/") && drive.root == "/";
+    for (const std::string root : {ServicePaths::FinalRoot, ServicePaths::TemporaryRoot}) {
+        if (drive.directory == root) {
+            return startsWith(drive.device, "/dev/") && drive.root == "/";
+        }
+        if (startsWith(drive.directory, root + '/')) {
+            return true;
+        }
     }
-    return startsWith(drive.directory, "/media/") || startsWith(drive.directory, "/mnt/");
+    return false;
 }
 
 Table parsed(const std::string& mountTable)

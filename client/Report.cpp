@@ -1,5 +1,7 @@
 #include "client/Report.h"
 
+#include "interfaces/ServicePaths.h"
+
 namespace {
 
 bool startsWith(const std::string& text, const std::string& start)
@@ -17,7 +19,8 @@ Report reportOn(const Exchange::Outcome& outcome, const std::string& path)
     if (outcome.text.empty()) {
         return {NotDone,
                 {},
-                "the reply is empty: not done as asked; /var/log/vorna/vrmountdrives.log has the detail"};
+                std::string("the reply is empty: not done as asked; ") + ServicePaths::Log +
+                    " has the detail"};
     }
     if (!startsWith(outcome.text, "DONE")) {
         return {NotDone, outcome.text, "the service did not do what it was asked"};

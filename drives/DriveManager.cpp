@@ -13,6 +13,7 @@
 #include "drives/MountPolicy.h"
 #include "drives/NtfsMount.h"
 #include "drives/Remount.h"
+#include "interfaces/ServicePaths.h"
 #include "interfaces/UDisks.h"
 #include "kernel/MountCalls.h"
 #include "log/LogText.h"
@@ -123,8 +124,8 @@ bool isRealDirectory(const QString& path)
 
 QDBusUDisksProxy DriveManager::_s_udisks(UDisks::service(), UDisks::path(), QDBusConnection::systemBus(),
                                          nullptr);
-const QString DriveManager::_s_sRoot = QStringLiteral("/media/");
-const QString DriveManager::_s_sTemp = QStringLiteral("/mnt/");
+const QString DriveManager::_s_sRoot = QLatin1String(ServicePaths::FinalRoot) + QLatin1Char('/');
+const QString DriveManager::_s_sTemp = QLatin1String(ServicePaths::TemporaryRoot) + QLatin1Char('/');
 
 DriveManager* DriveManager::instance()
 {

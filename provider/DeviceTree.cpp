@@ -1,5 +1,6 @@
 #include "provider/DeviceTree.h"
 
+#include "interfaces/UDisks.h"
 #include "provider/DaemonObject.h"
 #include "provider/DeviceObject.h"
 #include "provider/DeviceSource.h"
@@ -43,7 +44,7 @@ DeviceTree::DeviceTree(const DeviceSource& source)
 
 BusReply DeviceTree::answer(const BusCall& call) const
 {
-    if (call.path == ObjectPath::DAEMON) {
+    if (call.path == UDisks::path()) {
         return Dispatch::answer(call, DaemonObject(_source));
     }
     if (call.path == ObjectPath::DEVICES) {

@@ -3,12 +3,12 @@
 #include <QByteArray>
 #include <QString>
 
-/// The bus name and the object paths of the UDisks 1 interface.
+#include "interfaces/UDisks.h"
+
+/// The object paths of devices.
 namespace ObjectPath {
 
-inline const QString SERVICE = QStringLiteral("org.freedesktop.UDisks");
-inline const QString DAEMON = QStringLiteral("/org/freedesktop/UDisks");
-inline const QString DEVICES = QStringLiteral("/org/freedesktop/UDisks/devices");
+inline const QString DEVICES = UDisks::path() + QStringLiteral("/devices");
 
 /// The path of the device that the kernel calls `kernelName`: every byte outside [A-Za-z0-9] is written as an
 /// underscore and two lower-case hexadecimal digits, the underscore itself included (dm-0: .../dm_2d0).

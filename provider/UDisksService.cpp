@@ -4,7 +4,7 @@
 #include <QDBusObjectPath>
 
 #include "interfaces/InterfaceDescription.h"
-#include "provider/ObjectPath.h"
+#include "interfaces/UDisks.h"
 
 UDisksService::UDisksService(DeviceSource& source, const QDBusConnection& bus)
     : _tree(source)
@@ -21,12 +21,12 @@ UDisksService::UDisksService(DeviceSource& source, const QDBusConnection& bus)
     _bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                  SIGNAL(busLost()));
-    _bus.registerVirtualObject(ObjectPath::DAEMON, this, QDBusConnection::SubPath);
+    _bus.registerVirtualObject(UDisks::path(), this, QDBusConnection::SubPath);
 }
 
 bool UDisksService::takeName()
 {
-    return _bus.registerService(ObjectPath::SERVICE);
+    return _bus.registerService(UDisks::service());
 }
 
 BusReply UDisksService::answer(const BusCall& call)
@@ -36,8 +36,8 @@ BusReply UDisksService::answer(const BusCall& call)
 
 void UDisksService::tell(const char* signalName, const QString& objectPath)
 {
-    QDBusMessage signal = QDBusMessage::createSignal(
-        ObjectPath::DAEMON, InterfaceDescription::daemon().name(), QString::fromLatin1(signalName));
+    QDBusMessage signal = QDBusMessage::createSignal(UDisks::path(), InterfaceDescription::daemon().name(),
+                                                     QString::fromLatin1(signalName));
     signal << QVariant::fromValue(QDBusObjectPath(objectPath));
     _bus.send(signal);
 }

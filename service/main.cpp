@@ -6,6 +6,7 @@
 #include <QTextCodec>
 
 #include "drives/DriveManager.h"
+#include "interfaces/ServicePaths.h"
 #include "log/LogOutput.h"
 #include "log/LogText.h"
 #include "log/Trace.h"
@@ -21,12 +22,12 @@ constexpr int CannotLaunch = -1;          // the shell sees 255
 
 QString pidFile()
 {
-    return QStringLiteral("/var/run/vrmountdrives.pid");
+    return QString::fromLatin1(ServicePaths::PidFile);
 }
 
 QString commandSocket()
 {
-    return QStringLiteral("/tmp/vrmount");
+    return QString::fromLatin1(ServicePaths::CommandSocket);
 }
 
 /// Starts the service as a detached copy of this program and leaves its process id behind. Kept: the copy
@@ -117,8 +118,7 @@ __attribute__((constructor(101))) static void beforeAnythingIsOpened()
     completeStandardStreams();
 }
 
-Vorna::Logger* g_dbgR =
-    Vorna::Logger::instance("/var/log/vorna/vrmountdrives.log", Vorna::Warning, MaxLogSize);
+Vorna::Logger* g_dbgR = Vorna::Logger::instance(ServicePaths::Log, Vorna::Warning, MaxLogSize);
 
 int main(int argc, char** argv)
 {

@@ -3,7 +3,7 @@
 #include <QDBusError>
 #include <QDBusMessage>
 
-#include "provider/ObjectPath.h"
+#include "interfaces/UDisks.h"
 #include "provider/machine/MachineControl.h"
 
 namespace MachineClient {
@@ -16,7 +16,7 @@ const Outcome NOBODY{NO_PROVIDER, "no provider answers on the system bus"};
 QDBusMessage callFor(const CommandLine& line)
 {
     const auto call = [](const char* method) {
-        return QDBusMessage::createMethodCall(ObjectPath::SERVICE, MachineControl::PATH,
+        return QDBusMessage::createMethodCall(UDisks::service(), MachineControl::PATH,
                                               QStringLiteral("org.vorna.vrudisks.Machine"),
                                               QString::fromLatin1(method));
     };
