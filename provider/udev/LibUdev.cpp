@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <stdexcept>
 
 #include <libudev.h>
@@ -25,12 +24,6 @@ BlockDevice recordOf(udev_device* device)
     return BlockDevice(std::move(properties));
 }
 
-std::optional<BlockDevice> recordAt(udev* context, const char* nativePath)
-{
-    const Device device(udev_device_new_from_syspath(context, nativePath), &udev_device_unref);
-    return device ? std::make_optional(recordOf(device.get())) : std::nullopt;
-}
-
 Udev::Event::Kind kindOf(udev_device* device)
 {
     const QByteArray action = udev_device_get_action(device);
@@ -41,6 +34,17 @@ Udev::Event::Kind kindOf(udev_device* device)
 }
 
 } // namespace
+
+std::vector<BlockDevice> Udev::devices() const
+{
+    std::vector<BlockDevice> result;
+    for (const std::string& directory : directories()) {
+        if (auto device = deviceIn(directory)) {
+            result.push_back(std::move(*device));
+        }
+    }
+    return result;
+}
 
 LibUdev::LibUdev()
     : _udev(udev_new(), &udev_unref)
@@ -89,19 +93,23 @@ bool LibUdev::isIdle() const
     return udev_queue_get_queue_is_empty(_queue.get()) != 0;
 }
 
-std::vector<BlockDevice> LibUdev::devices() const
+std::vector<std::string> LibUdev::directories() const
 {
-    std::vector<BlockDevice> result;
+    std::vector<std::string> result;
     const Enumeration enumeration(udev_enumerate_new(_udev.get()), &udev_enumerate_unref);
     udev_enumerate_add_match_subsystem(enumeration.get(), "block");
     udev_enumerate_scan_devices(enumeration.get());
     for (udev_list_entry* entry = udev_enumerate_get_list_entry(enumeration.get()); entry != nullptr;
          entry = udev_list_entry_get_next(entry)) {
-        if (auto record = recordAt(_udev.get(), udev_list_entry_get_name(entry))) {
-            result.push_back(std::move(*record));
-        }
+        result.emplace_back(udev_list_entry_get_name(entry));
     }
     return result;
+}
+
+std::optional<BlockDevice> LibUdev::deviceIn(const std::string& directory) const
+{
+    const Device device(udev_device_new_from_syspath(_udev.get(), directory.c_str()), &udev_device_unref);
+    return device ? std::make_optional(recordOf(device.get())) : std::nullopt;
 }
 
 Udev::Event LibUdev::receive()

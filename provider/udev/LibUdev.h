@@ -21,7 +21,8 @@ public:
 
     bool isRunning() const override;
     bool isIdle() const override;
-    std::vector<BlockDevice> devices() const override;
+    std::vector<std::string> directories() const override;
+    std::optional<BlockDevice> deviceIn(const std::string& directory) const override;
     Event receive() override;
 
 private:

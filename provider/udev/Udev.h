@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include <QObject>
@@ -31,8 +32,12 @@ public:
     virtual bool isRunning() const = 0;
     /// Whether it has dealt with everything that it knows of.
     virtual bool isIdle() const = 0;
-    /// Every block device with what udev's database has of it, disks before their partitions.
-    virtual std::vector<BlockDevice> devices() const = 0;
+    /// The directory in sysfs of every block device, disks before their partitions.
+    virtual std::vector<std::string> directories() const = 0;
+    /// What udev's database has of the device with this directory; nothing if it has gone.
+    virtual std::optional<BlockDevice> deviceIn(const std::string& directory) const = 0;
+    /// Every block device, in the order of the directories.
+    std::vector<BlockDevice> devices() const;
     /// The next announcement.
     virtual Event receive() = 0;
 

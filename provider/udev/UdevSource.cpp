@@ -4,6 +4,8 @@
 
 #include <QDBusObjectPath>
 
+#include "provider/ObjectPath.h"
+
 namespace {
 
 /// When udev's clock began, which counts from the start of the machine: in microseconds.
@@ -24,6 +26,11 @@ bool differs(const Device& before, const Device& now)
 bool hasMedium(const Device& device)
 {
     return device.properties.value(QStringLiteral("DeviceSize")).toULongLong() != 0;
+}
+
+QString objectPathOf(const std::string& directory)
+{
+    return ObjectPath::ofDevice(QByteArray::fromStdString(directory.substr(directory.rfind('/') + 1)));
 }
 
 /// Whether `devices` hold this one, and not another under its name.
@@ -53,17 +60,14 @@ UdevSource::UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs, LastState lastSt
     _calm.setSingleShot(true);
     _calm.setInterval(calm);
     connect(&_calm, &QTimer::timeout, this, &UdevSource::lookAround);
+    connect(&_look, &QTimer::timeout, this, &UdevSource::lookAtNext);
     connect(_udev.get(), &Udev::announced, this, &UdevSource::follow);
     connect(_udev.get(), &Udev::settled, this, &UdevSource::awaitCalm);
 }
 
 std::vector<const Device*> UdevSource::devices() const
 {
-    std::vector<const Device*> result;
-    for (const Entry& entry : _entries) {
-        result.push_back(&entry.shown.device);
-    }
-    return result;
+    return _shown.devices();
 }
 
 // --- what is there at the start
@@ -105,12 +109,10 @@ void UdevSource::show(const std::vector<BlockDevice>& blocks)
 {
     _patience.stop();
     for (const BlockDevice& block : blocks) {
-        const std::optional<Entry> entry = entryFor(block);
-        if (entry) {
-            _entries.push_back(*entry);
+        if (const std::optional<ShownDevice> device = shownFrom(block)) {
+            _shown.put(*device);
         }
     }
-    sort();
     _phase = Phase::Starting;
     Q_EMIT ready();
     // Behind whatever was queued by those who wait for `ready`: they take the bus name first.
@@ -128,7 +130,7 @@ void UdevSource::announceMissed()
 
 void UdevSource::announceSince(const std::vector<AnnouncedDevice>& last)
 {
-    const std::vector<AnnouncedDevice> now = announcedDevices();
+    const std::vector<AnnouncedDevice> now = _shown.announced();
     for (auto before = last.rbegin(); before != last.rend(); ++before) {
         if (!holds(now, *before)) {
             Q_EMIT removed(before->objectPath);
@@ -143,17 +145,16 @@ void UdevSource::announceSince(const std::vector<AnnouncedDevice>& last)
 
 // --- what comes, changes and goes
 
+/// One event at a time: what is asked meanwhile is answered before the next.
 void UdevSource::follow()
 {
-    if (_phase == Phase::Starting) {
-        return;
-    }
-    while (handle(_udev->receive())) {
-    }
-    if (_phase == Phase::Waiting) {
+    if (_phase == Phase::Following) {
+        handle(_udev->receive());
+        saveState();
+    } else if (_phase == Phase::Waiting) {
+        while (handle(_udev->receive())) {
+        }
         showWhenSettled();
-    } else {
-        _lastState.write(announcedDevices());
     }
 }
 
@@ -161,16 +162,6 @@ void UdevSource::awaitCalm()
 {
     follow();
     _calm.start();
-}
-
-/// Shows what a crash of udev has swallowed, and partitions that the kernel kept while their card was out.
-void UdevSource::lookAround()
-{
-    follow();
-    if (_phase == Phase::Following) {
-        reconcile();
-        _lastState.write(announcedDevices());
-    }
 }
 
 /// Whether there may be another event.
@@ -183,7 +174,7 @@ bool UdevSource::handle(const Udev::Event& event)
         return true;
     }
     if (event.kind == Udev::Event::Kind::Lost) {
-        reconcile();
+        lookAround();
     } else if (event.kind == Udev::Event::Kind::Gone) {
         remove(event.device.objectPath());
     } else {
@@ -192,30 +183,57 @@ bool UdevSource::handle(const Udev::Event& event)
     return true;
 }
 
-void UdevSource::reconcile()
+/// Shows what announcements did not: what was lost with udev's crash or in a full buffer, and partitions that
+/// the kernel kept while their card was out. What has gone is removed before any other is announced.
+void UdevSource::lookAround()
 {
-    const std::vector<BlockDevice> blocks = _udev->devices();
-    QSet<QString> present;
-    for (const BlockDevice& block : blocks) {
-        if (isFinished(block)) {
-            present.insert(block.objectPath());
-        }
+    if (_phase != Phase::Following) {
+        return;
     }
-    for (const AnnouncedDevice& device : announcedDevices()) {
+    const std::vector<std::string> directories = _udev->directories();
+    QSet<QString> present;
+    for (const std::string& directory : directories) {
+        present.insert(objectPathOf(directory));
+    }
+    for (const AnnouncedDevice& device : _shown.announced()) {
         if (!present.contains(device.objectPath)) {
             remove(device.objectPath);
         }
     }
-    for (const BlockDevice& block : blocks) {
-        settle(block, false);
+    _toLookAt.assign(directories.begin(), directories.end());
+    _look.start();
+}
+
+/// One device at a time, after udev's events. To look at all of them takes a second on a slow machine.
+void UdevSource::lookAtNext()
+{
+    if (handle(_udev->receive())) {
+        return;
     }
+    if (_toLookAt.empty()) {
+        _look.stop();
+        saveState();
+        return;
+    }
+    const std::string directory = _toLookAt.front();
+    _toLookAt.pop_front();
+    if (const std::optional<BlockDevice> block = _udev->deviceIn(directory)) {
+        settle(*block, false);
+    } else {
+        remove(objectPathOf(directory));
+    }
+}
+
+void UdevSource::saveState()
+{
+    _lastState.write(_shown.announced());
 }
 
 /// The one way from udev's device to a shown one.
 void UdevSource::settle(const BlockDevice& block, bool isChange)
 {
-    const std::optional<Entry> now = entryFor(block);
-    const Entry* known = entryOf(block.objectPath());
+    const std::optional<ShownDevice> now = shownFrom(block);
+    const ShownDevice* known = _shown.find(block.objectPath());
     if (known != nullptr && (!now || isReplaced(*known, *now, isChange))) {
         remove(block.objectPath());
         known = nullptr;
@@ -228,7 +246,7 @@ void UdevSource::settle(const BlockDevice& block, bool isChange)
 }
 
 /// What udev calls a change may be one of the content or of the medium.
-bool UdevSource::isReplaced(const Entry& before, const Entry& now, bool isChange)
+bool UdevSource::isReplaced(const ShownDevice& before, const ShownDevice& now, bool isChange)
 {
     AnnouncedDevice known = before.announced();
     if (isChange) {
@@ -237,18 +255,17 @@ bool UdevSource::isReplaced(const Entry& before, const Entry& now, bool isChange
     return known.isReplacedBy(now.announced());
 }
 
-void UdevSource::add(const Entry& entry)
+void UdevSource::add(const ShownDevice& device)
 {
-    _entries.push_back(entry);
-    sort();
-    Q_EMIT added(entry.path());
-    refresh(entry.shown.relatives);
+    _shown.put(device);
+    Q_EMIT added(device.path());
+    refresh(device.shown.relatives);
 }
 
-void UdevSource::update(const Entry& now, bool isChange)
+void UdevSource::update(const ShownDevice& now, bool isChange)
 {
-    const Device before = std::exchange(*entryOf(now.path()), now).shown.device;
-    sort();
+    const Device before = _shown.find(now.path())->shown.device;
+    _shown.put(now);
     if (hasMedium(before) && !hasMedium(now.shown.device)) {
         removePartitionsOf(now.block);
     }
@@ -259,26 +276,20 @@ void UdevSource::update(const Entry& now, bool isChange)
 
 void UdevSource::remove(const QString& objectPath)
 {
-    const Entry* entry = entryOf(objectPath);
-    if (entry == nullptr) {
+    const ShownDevice* known = _shown.find(objectPath);
+    if (known == nullptr) {
         return;
     }
-    const Entry gone = *entry;
+    const ShownDevice gone = *known;
     removePartitionsOf(gone.block);
     Q_EMIT removed(objectPath);
-    _entries.erase(_entries.begin() + (entryOf(objectPath) - _entries.data()));
+    _shown.remove(objectPath);
     refresh(gone.shown.relatives);
 }
 
 void UdevSource::removePartitionsOf(const BlockDevice& disk)
 {
-    QStringList partitions;
-    for (const Entry& entry : _entries) {
-        if (entry.block.isPartition() && entry.block.diskPath() == disk.path()) {
-            partitions.prepend(entry.path());
-        }
-    }
-    for (const QString& partition : partitions) {
+    for (const QString& partition : _shown.partitionsOf(disk)) {
         remove(partition);
     }
 }
@@ -287,16 +298,16 @@ void UdevSource::removePartitionsOf(const BlockDevice& disk)
 void UdevSource::refresh(const QStringList& objectPaths)
 {
     for (const QString& path : objectPaths) {
-        const Entry* known = entryOf(path);
+        const ShownDevice* known = _shown.find(path);
         const bool isThere = known != nullptr && _sysfs.exists(known->block.path());
-        const std::optional<Entry> now = isThere ? entryFor(known->block) : std::nullopt;
+        const std::optional<ShownDevice> now = isThere ? shownFrom(known->block) : std::nullopt;
         if (now) {
             update(*now, false);
         }
     }
 }
 
-// --- entries
+// --- devices
 
 /// Whether all is known that can be. Without udev that is what the kernel says.
 bool UdevSource::isFinished(const BlockDevice& block) const
@@ -305,11 +316,11 @@ bool UdevSource::isFinished(const BlockDevice& block) const
 }
 
 /// Nothing for what is not shown, and for a device that udev has not dealt with.
-std::optional<UdevSource::Entry> UdevSource::entryFor(const BlockDevice& block) const
+std::optional<ShownDevice> UdevSource::shownFrom(const BlockDevice& block) const
 {
     const std::optional<UdevDevice> shown =
         isFinished(block) ? shownAs(block, _sysfs, _bootTime) : std::nullopt;
-    return shown ? std::make_optional(Entry{block, *shown}) : std::nullopt;
+    return shown ? std::make_optional(ShownDevice{block, *shown}) : std::nullopt;
 }
 
 /// The names of devices that will be shown when udev has dealt with them.
@@ -322,26 +333,4 @@ QStringList UdevSource::unfinished(const std::vector<BlockDevice>& blocks) const
         }
     }
     return names;
-}
-
-UdevSource::Entry* UdevSource::entryOf(const QString& path)
-{
-    const auto match = std::find_if(_entries.begin(), _entries.end(),
-                                    [&](const Entry& entry) { return entry.path() == path; });
-    return match != _entries.end() ? &*match : nullptr;
-}
-
-std::vector<AnnouncedDevice> UdevSource::announcedDevices() const
-{
-    std::vector<AnnouncedDevice> result;
-    for (const Entry& entry : _entries) {
-        result.push_back(entry.announced());
-    }
-    return result;
-}
-
-void UdevSource::sort()
-{
-    std::sort(_entries.begin(), _entries.end(),
-              [](const Entry& left, const Entry& right) { return left.shown.order < right.shown.order; });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -10,8 +11,8 @@
 #include "kernel/Sysfs.h"
 #include "provider/DeviceSource.h"
 #include "provider/udev/LastState.h"
+#include "provider/udev/ShownDevices.h"
 #include "provider/udev/Udev.h"
-#include "provider/udev/UdevDevice.h"
 
 /// The block devices of this machine, sorted by their place in it.
 ///
@@ -26,8 +27,8 @@ class UdevSource : public DeviceSource
 
 public:
     static constexpr std::chrono::seconds PATIENCE{60};
-    /// How long udev has to be idle before all devices are looked at again. That takes longest of all that is
-    /// done here, and whoever asks meanwhile waits: not while sticks are being plugged.
+    /// How long udev has to be idle before all devices are looked at again: not while sticks are being
+    /// plugged.
     static constexpr std::chrono::seconds CALM{1};
 
     explicit UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs = Sysfs(), LastState lastState = LastState(),
@@ -47,15 +48,6 @@ private:
         Starting, ///< ready; what was missed is not announced yet
         Following,
     };
-    struct Entry
-    {
-        BlockDevice block;
-        UdevDevice shown;
-
-        const QString& path() const { return shown.device.objectPath; }
-        AnnouncedDevice announced() const { return AnnouncedDevice::of(block, shown.device); }
-    };
-
     void showWhenSettled();
     void showAfterAll();
     void show(const std::vector<BlockDevice>& blocks);
@@ -64,24 +56,22 @@ private:
 
     void follow();
     void awaitCalm();
-    void lookAround();
     bool handle(const Udev::Event& event);
-    void reconcile();
+    void lookAround();
+    void lookAtNext();
+    void saveState();
 
     void settle(const BlockDevice& block, bool isChange);
-    static bool isReplaced(const Entry& before, const Entry& now, bool isChange);
-    void add(const Entry& entry);
-    void update(const Entry& now, bool isChange);
+    static bool isReplaced(const ShownDevice& before, const ShownDevice& now, bool isChange);
+    void add(const ShownDevice& device);
+    void update(const ShownDevice& now, bool isChange);
     void remove(const QString& objectPath);
     void removePartitionsOf(const BlockDevice& disk);
     void refresh(const QStringList& objectPaths);
 
     QStringList unfinished(const std::vector<BlockDevice>& blocks) const;
     bool isFinished(const BlockDevice& block) const;
-    std::optional<Entry> entryFor(const BlockDevice& block) const;
-    Entry* entryOf(const QString& path);
-    std::vector<AnnouncedDevice> announcedDevices() const;
-    void sort();
+    std::optional<ShownDevice> shownFrom(const BlockDevice& block) const;
 
     std::unique_ptr<Udev> _udev;
     Sysfs _sysfs;
@@ -89,6 +79,8 @@ private:
     qlonglong _bootTime;
     QTimer _patience;
     QTimer _calm;
+    QTimer _look;
+    std::deque<std::string> _toLookAt; ///< directories of devices
     Phase _phase = Phase::Waiting;
-    std::vector<Entry> _entries; ///< what has been announced, in the order of enumeration
+    ShownDevices _shown;
 };

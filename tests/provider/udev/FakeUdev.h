@@ -14,7 +14,21 @@ class FakeUdev : public Udev
 public:
     bool isRunning() const override { return runs; }
     bool isIdle() const override { return idle; }
-    std::vector<BlockDevice> devices() const override { return database; }
+    std::vector<std::string> directories() const override
+    {
+        std::vector<std::string> result;
+        for (const BlockDevice& device : database) {
+            result.push_back(device.path().toStdString());
+        }
+        return result;
+    }
+    std::optional<BlockDevice> deviceIn(const std::string& directory) const override
+    {
+        const auto match = std::find_if(database.begin(), database.end(), [&](const BlockDevice& device) {
+            return device.path().toStdString() == directory;
+        });
+        return match != database.end() ? std::make_optional(*match) : std::nullopt;
+    }
     Event receive() override
     {
         if (events.empty()) {

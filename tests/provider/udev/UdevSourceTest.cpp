@@ -50,7 +50,16 @@ public:
     void settle()
     {
         Q_EMIT udev->settled();
-        QCoreApplication::processEvents();
+        lookAround();
+    }
+
+    /// What was lost is looked for, one device in each turn of the event loop.
+    void lookAround()
+    {
+        constexpr std::size_t TurnsBesides = 3;
+        for (std::size_t turn = 0; turn < udev->database.size() + TurnsBesides; ++turn) {
+            QCoreApplication::processEvents();
+        }
     }
 
     /// What was said since this was asked last.
@@ -369,10 +378,28 @@ TEST_F(UdevSourceTest, AnnouncesTheDifferenceAfterALossAndWhenUdevHasSettled)
         here.udev->database = {device("loop0"), device("sda"), device("sda1"), uninitialized("sdb")};
         if (isLoss) {
             here.udev->announce(Kind::Lost);
+            here.lookAround();
         } else {
             here.settle();
         }
-        EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "removed sdb", "added sda1"));
+        EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "added sda1", "removed sdb"));
+    }
+}
+
+TEST_F(UdevSourceTest, DoesOneThingInEachTurnOfTheEventLoop)
+{
+    Watched here(machine, devices({"sda"}), stateFile, 60s, 60s);
+    here.start();
+    here.news();
+    here.udev->database = devices({"sda", "sda1", "loop0"});
+    here.udev->announce(Kind::Lost);
+    here.udev->events = {{Kind::Came, device("sdb")}, {Kind::Came, device("sdb1")}};
+    Q_EMIT here.udev->announced();
+    EXPECT_THAT(here.news(), ElementsAre("added sdb"));
+    const std::vector<std::vector<std::string>> turns{{"added sdb1"}, {}, {"added sda1"}, {"added loop0"}};
+    for (const std::vector<std::string>& turn : turns) {
+        QCoreApplication::processEvents();
+        EXPECT_EQ(here.news(), turn);
     }
 }
 
@@ -393,6 +420,7 @@ TEST_F(UdevSourceTest, KnowsAnotherMediumWhenItLooksAgain)
     here.news();
     here.udev->database = {device("sdb1", {{"ID_FS_UUID_ENC", "9999-9999"}})};
     here.udev->announce(Kind::Lost);
+    here.lookAround();
     EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "added sdb1"));
 }
 
