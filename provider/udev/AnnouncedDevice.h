@@ -20,4 +20,9 @@ struct AnnouncedDevice
     /// Whether the other one is another device, or holds another medium. What one of both does not know
     /// decides nothing: a drive that was empty is the same with a disc.
     bool isReplacedBy(const AnnouncedDevice& other) const;
+
+    bool operator==(const AnnouncedDevice& other) const
+    {
+        return objectPath == other.objectPath && identity == other.identity;
+    }
 };

@@ -1,5 +1,7 @@
 #include "provider/udev/LastState.h"
 
+#include <algorithm>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,7 +10,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 #include <QSaveFile>
 
 #include "kernel/Descriptor.h"
@@ -55,16 +56,24 @@ QJsonObject written(const AnnouncedDevice& device)
     return {{PATH, device.objectPath}, {IDENTITY, identity}};
 }
 
+bool isObjectPath(const QString& text)
+{
+    const QString directory = ObjectPath::DEVICES + QLatin1Char('/');
+    return text.size() > directory.size() && text.startsWith(directory) &&
+           std::all_of(text.begin() + directory.size(), text.end(), [](QChar character) {
+               return character == QLatin1Char('_') ||
+                      (character.unicode() < 0x80 && character.isLetterOrNumber());
+           });
+}
+
 std::optional<AnnouncedDevice> parsed(const QJsonObject& object)
 {
-    static const QRegularExpression valid(
-        QStringLiteral("\\A%1/[A-Za-z0-9_]+\\z").arg(QRegularExpression::escape(ObjectPath::DEVICES)));
     AnnouncedDevice result{object.value(PATH).toString(), {}};
     const QJsonObject identity = object.value(IDENTITY).toObject();
     for (auto token = identity.begin(); token != identity.end(); ++token) {
         result.identity.insert(token.key(), token.value().toString());
     }
-    return valid.match(result.objectPath).hasMatch() ? std::make_optional(result) : std::nullopt;
+    return isObjectPath(result.objectPath) ? std::make_optional(result) : std::nullopt;
 }
 
 } // namespace
@@ -96,18 +105,18 @@ std::optional<std::vector<AnnouncedDevice>> LastState::read() const
 
 void LastState::write(const std::vector<AnnouncedDevice>& devices)
 {
+    if (_isWritten && devices == _written) {
+        return;
+    }
     QJsonArray entries;
     for (const AnnouncedDevice& device : devices) {
         entries.append(written(device));
     }
     const QByteArray content =
         QJsonDocument(QJsonObject{{BOOT, bootId()}, {DEVICES, entries}}).toJson(QJsonDocument::Compact);
-    if (content == _written) {
-        return;
-    }
     QSaveFile file(QString::fromStdString(_file));
-    if (file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) &&
-        file.write(content) == content.size() && file.commit()) {
-        _written = content;
-    }
+    _isWritten = file.open(QIODevice::WriteOnly) &&
+                 file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) &&
+                 file.write(content) == content.size() && file.commit();
+    _written = devices;
 }

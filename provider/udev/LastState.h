@@ -25,5 +25,6 @@ public:
 
 private:
     std::string _file;
-    QByteArray _written;
+    std::vector<AnnouncedDevice> _written;
+    bool _isWritten = false;
 };

@@ -86,6 +86,17 @@ TEST_F(LastStateTest, WritesOnlyWhatIsNew)
     fs::remove(file);
     state.write({announced("sda")});
     EXPECT_FALSE(fs::exists(file));
+    state.write({announced("sda", {{AnnouncedDevice::CONTENT, QStringLiteral("1234-ABCD")}})});
+    EXPECT_TRUE(fs::exists(file));
+}
+
+TEST_F(LastStateTest, TriesAgainWhatCouldNotBeWritten)
+{
+    LastState state(directory.path() + "/later/state");
+    state.write({announced("sda")});
+    fs::create_directory(directory.path() + "/later");
+    state.write({announced("sda")});
+    EXPECT_TRUE(fs::exists(directory.path() + "/later/state"));
 }
 
 TEST_F(LastStateTest, OutlivesAFailureToWrite)
