@@ -1,8 +1,13 @@
 #include "kernel/Sysfs.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
-#include <fstream>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "provider/Descriptor.h"
 
 namespace fs = std::filesystem;
 
@@ -20,16 +25,16 @@ Sysfs::Sysfs(std::string root)
 
 bool Sysfs::exists(const QByteArray& path) const
 {
-    std::error_code failure;
-    return fs::exists(_root + path.toStdString(), failure);
+    return access((_root + path.toStdString()).c_str(), F_OK) == 0;
 }
 
 QByteArray Sysfs::value(const QByteArray& device, const char* attribute) const
 {
-    std::ifstream file(_root + device.toStdString() + '/' + attribute);
-    QByteArray text(LongestValue, '\0');
-    file.read(text.data(), text.size());
-    text.truncate(static_cast<int>(file.gcount()));
+    const std::string path = _root + device.toStdString() + '/' + attribute;
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, LongestValue> bytes{};
+    const ssize_t length = file.isOpen() ? read(file.get(), bytes.data(), bytes.size()) : 0;
+    QByteArray text(bytes.data(), static_cast<int>(std::max<ssize_t>(length, 0)));
     if (text.endsWith('\n')) {
         text.chop(1);
     }
