@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include <QRegularExpression>
+#include <QLatin1String>
 
 namespace {
 
@@ -31,11 +31,22 @@ QString withEvenNumbers(const QString& text)
     return result;
 }
 
+/// Without the "-part2" at the end of a partition's name.
+QString withoutPartition(const QString& name)
+{
+    const QLatin1String mark("-part");
+    const int at = name.lastIndexOf(mark);
+    const int digits = at + mark.size();
+    const bool isPartition = at > 0 && digits < name.size() && digits + digitsAt(name, digits) == name.size();
+    return isPartition ? name.left(at) : name;
+}
+
 /// The place that a link names; none for one that lies deeper, which names what is on the device.
 QString placeIn(const QString& link)
 {
-    static const QRegularExpression pattern(QStringLiteral("^/dev/disk/by-path/([^/]+?)(-part[0-9]+)?$"));
-    return pattern.match(link).captured(1);
+    const QLatin1String directory("/dev/disk/by-path/");
+    const QString name = link.startsWith(directory) ? link.mid(directory.size()) : QString();
+    return name.contains(QLatin1Char('/')) ? QString() : withoutPartition(name);
 }
 
 } // namespace

@@ -35,7 +35,13 @@ void set(Device& device, const char* property, const QVariant& value)
 
 QString kernelName(const Device& device)
 {
-    return device.objectPath.section(QLatin1Char('/'), -1);
+    return device.objectPath.mid(device.objectPath.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+bool isNumberedDevice(const Device& device, QLatin1String word)
+{
+    const QString name = kernelName(device);
+    return name.size() > word.size() && name.startsWith(word) && name[word.size()].isDigit();
 }
 
 bool isInternalPartition(const Device& device)

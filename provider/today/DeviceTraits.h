@@ -16,6 +16,8 @@ void set(Device& device, const char* property, const QVariant& value);
 
 /// The kernel's name of the device, as far as it consists of letters and digits.
 QString kernelName(const Device& device);
+/// Whether the kernel calls it by this word and a number: "loop0" and its partition "loop0p1".
+bool isNumberedDevice(const Device& device, QLatin1String word);
 
 bool isInternalPartition(const Device& device);
 /// A file system that is mounted under its own name.

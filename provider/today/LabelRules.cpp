@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include <QRegularExpression>
 #include <QSet>
 
 #include "provider/today/DeviceTraits.h"
@@ -19,11 +18,22 @@ QString ownName(const Device& device)
     return label.isEmpty() ? text(device, "IdUuid") : label;
 }
 
+QString numbered(const QString& name, uint number)
+{
+    return name + QLatin1Char('_') + QString::number(number);
+}
+
 /// Whether a device with a name of its own can have got the other one.
 bool isNumbered(const QString& own, const QString& shown)
 {
-    static const QRegularExpression number(QStringLiteral("\\A(?:_[1-9][0-9]*)?\\z"));
-    return shown.startsWith(own) && number.match(shown.mid(own.size())).hasMatch();
+    const uint number = shown.mid(own.size() + 1).toUInt();
+    return shown == own || (number != 0 && shown == numbered(own, number));
+}
+
+bool isDriveLetter(const QString& label)
+{
+    return label.size() == 2 && label[1] == QLatin1Char(':') && label[0].unicode() < 0x80 &&
+           label[0].isLetter();
 }
 
 /// Gives out names, none twice.
@@ -43,19 +53,14 @@ public:
 
     QString numbered(const QString& name) const
     {
-        int number = 2;
-        while (!isFree(numbered(name, number))) {
+        uint number = 2;
+        while (!isFree(::numbered(name, number))) {
             ++number;
         }
-        return numbered(name, number);
+        return ::numbered(name, number);
     }
 
 private:
-    static QString numbered(const QString& name, int number)
-    {
-        return name + QLatin1Char('_') + QString::number(number);
-    }
-
     QSet<QString> _taken;
 };
 
@@ -100,20 +105,20 @@ Nameless giveOwnNames(const Nameless& devices, NameBook& book)
 
 void replaceBlanks(Presentation& device, const Circumstances& /*circumstances*/)
 {
-    static const QRegularExpression blank(QStringLiteral("[ \t]"));
     const QString label = text(device.shown, Label);
-    if (isExternalFileSystem(device.shown) && isNtfs(device.shown) && label.contains(blank)) {
-        set(device.shown, Label, QString(label).replace(blank, QStringLiteral("_")));
+    QString whole = label;
+    whole.replace(QLatin1Char(' '), QLatin1Char('_')).replace(QLatin1Char('\t'), QLatin1Char('_'));
+    if (whole != label && isExternalFileSystem(device.shown) && isNtfs(device.shown)) {
+        set(device.shown, Label, whole);
     }
 }
 
 void respellDriveLetter(Presentation& device, const Circumstances& /*circumstances*/)
 {
-    static const QRegularExpression drive(QStringLiteral("\\A(?:[A-Za-z](:)|system(-)reserved)\\z"));
     QString label = text(device.shown, Label);
-    const QRegularExpressionMatch match = drive.match(label);
-    if (isExternalFileSystem(device.shown) && match.hasMatch()) {
-        label[match.capturedStart(match.lastCapturedIndex())] = QLatin1Char('_');
+    const bool isOfWindows = isDriveLetter(label) || label == QLatin1String("system-reserved");
+    if (isOfWindows && isExternalFileSystem(device.shown)) {
+        label.replace(QLatin1Char(':'), QLatin1Char('_')).replace(QLatin1Char('-'), QLatin1Char('_'));
         set(device.shown, Label, label);
     }
 }

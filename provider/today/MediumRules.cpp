@@ -1,7 +1,6 @@
 #include "provider/today/MediumRules.h"
 
 #include <QDBusObjectPath>
-#include <QRegularExpression>
 
 #include "provider/today/DeviceTraits.h"
 
@@ -26,9 +25,10 @@ bool isStartingVolume(const Device& device)
 
 void hideMemoryDevice(Presentation& device, const Circumstances& /*circumstances*/)
 {
-    static const QRegularExpression inMemory(QStringLiteral("^(?:loop|zram|ram)[0-9]+(?:p[0-9]+)?$"));
-    if (inMemory.match(kernelName(device.shown)).hasMatch()) {
-        device.isOffered = false;
+    for (const char* word : {"loop", "zram", "ram"}) {
+        if (isNumberedDevice(device.shown, QLatin1String(word))) {
+            device.isOffered = false;
+        }
     }
 }
 

@@ -20,27 +20,48 @@ void each(Picture& picture, const Circumstances& circumstances)
     }
 }
 
-std::size_t placeIn(const Picture& picture, const QString& objectPath)
+/// What a rule can change of one device.
+struct Before
 {
-    const auto match = std::find_if(picture.begin(), picture.end(), [&](const Presentation& device) {
-        return device.actual.objectPath == objectPath;
-    });
-    return static_cast<std::size_t>(match - picture.begin());
+    QString objectPath;
+    QVariantMap properties;
+    bool isOffered;
+};
+
+std::vector<Before> remembered(const Picture& picture)
+{
+    std::vector<Before> result;
+    result.reserve(picture.size());
+    for (const Presentation& device : picture) {
+        result.push_back({device.shown.objectPath, device.shown.properties, device.isOffered});
+    }
+    return result;
+}
+
+/// Hardly a rule changes the order, so most devices are where they were.
+std::size_t placeIn(const std::vector<Before>& before, const QString& objectPath, std::size_t hint)
+{
+    if (before[hint].objectPath == objectPath) {
+        return hint;
+    }
+    const auto match = std::find_if(before.begin(), before.end(),
+                                    [&](const Before& device) { return device.objectPath == objectPath; });
+    return static_cast<std::size_t>(match - before.begin());
 }
 
 /// Whether the device in one place of `after` is presented otherwise, or earlier, than before.
-bool differs(const Picture& before, const Picture& after, std::size_t place)
+bool differs(const std::vector<Before>& before, const Picture& after, std::size_t place)
 {
     const Presentation& device = after[place];
-    const std::size_t placeBefore = placeIn(before, device.actual.objectPath);
-    const Presentation& prior = before[placeBefore];
+    const std::size_t placeBefore = placeIn(before, device.shown.objectPath, place);
+    const Before& prior = before[placeBefore];
     return place < placeBefore || device.isOffered != prior.isOffered ||
-           device.shown.properties != prior.shown.properties;
+           device.shown.properties != prior.properties;
 }
 
 void apply(const Rule& rule, Picture& picture, const Circumstances& circumstances)
 {
-    const Picture before = picture;
+    const std::vector<Before> before = remembered(picture);
     rule.apply(picture, circumstances);
     for (std::size_t at = 0; at < picture.size(); ++at) {
         if (differs(before, picture, at)) {

@@ -105,7 +105,6 @@ void TodaySource::come(const QString& objectPath)
 void TodaySource::change(const QString& objectPath)
 {
     if (_isReady) {
-        takeAwayDeadMounts();
         update(look(), Event::Changed, objectPath);
     }
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include <QRegularExpression>
 #include <QSet>
 
 #include "provider/today/DeviceTraits.h"
@@ -57,9 +56,8 @@ bool isOfWindows(const Presentation& device)
 
 void showScsiMajor(Presentation& device, const Circumstances& /*circumstances*/)
 {
-    static const QRegularExpression loop(QStringLiteral("^loop[0-9]"));
     if (isInternalPartition(device.shown) && !isScsiMajor(number(device.shown, Major)) &&
-        !loop.match(kernelName(device.shown)).hasMatch()) {
+        !isNumberedDevice(device.shown, QLatin1String("loop"))) {
         set(device.shown, Major, ScsiMajor);
     }
 }

@@ -86,6 +86,7 @@ TEST(LabelRulesTest, GiveNobodyTheDirectoryOfAWindowsDrive)
         {external(node, Vfat, QStringLiteral("CC:")), "CC:"},
         {external(node, Vfat, QStringLiteral("1:")), "1:"},
         {external(node, Vfat, QStringLiteral("C:a")), "C:a"},
+        {external(node, Vfat, QStringLiteral("\u00c4:")), "\u00c4:"},
         {external(node, Vfat, QStringLiteral("System-Reserved")), "System-Reserved"},
         {internal(node, Ntfs, {{QStringLiteral("IdLabel"), QStringLiteral("C:")}}), "C:"},
     };
@@ -132,8 +133,8 @@ TEST(LabelRulesTest, ForgetANameThatIsOfAnotherLabel)
         const char* name;
         const char* shown;
     } table[] = {
-        {"B", "A_2", "B"}, {"A", "A_", "A"},    {"A", "A_0", "A"},     {"A", "A_2x", "A"},
-        {"A", "AB", "A"},  {"A", "A_2\n", "A"}, {"A", "A_12", "A_12"},
+        {"B", "A_2", "B"},   {"A", "A_", "A"},      {"A", "A_0", "A"},  {"A", "A_2x", "A"}, {"A", "AB", "A"},
+        {"A", "A_2\n", "A"}, {"A", "A_12", "A_12"}, {"A", "A_02", "A"}, {"A", "A_+2", "A"},
     };
     for (const auto& row : table) {
         EXPECT_THAT(labelsOf(sticks({row.label}), named({{"sdb1", row.name}})), ElementsAre(row.shown))
