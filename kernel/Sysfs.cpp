@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "provider/Descriptor.h"
+#include "kernel/Descriptor.h"
 
 namespace fs = std::filesystem;
 

@@ -2,6 +2,16 @@
 
 #include <algorithm>
 
+#include <QDBusObjectPath>
+
+DeviceSource::DeviceSource()
+{
+    // Without this no two values that hold a path are equal.
+    if (!QMetaType::hasRegisteredComparators<QDBusObjectPath>()) {
+        QMetaType::registerComparators<QDBusObjectPath>();
+    }
+}
+
 const Device* DeviceSource::find(const QString& objectPath) const
 {
     const std::vector<const Device*> all = devices();

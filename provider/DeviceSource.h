@@ -16,6 +16,8 @@ class DeviceSource : public QObject
     Q_OBJECT
 
 public:
+    DeviceSource();
+
     /// Begins to look for devices; `ready` follows when the first look is over, at once or much later. Throws
     /// std::runtime_error, with one line for people, if that can never be.
     virtual void start() = 0;

@@ -4,8 +4,6 @@
 #include <chrono>
 #include <utility>
 
-#include <QDBusObjectPath>
-
 #include "provider/today/DeadMounts.h"
 
 namespace {
@@ -54,10 +52,6 @@ TodaySource::TodaySource(DeviceSource& source, Rules::Selection rules, BlockStac
     , _blocks(std::move(blocks))
     , _mountInfo(std::move(mountInfo))
 {
-    // Without this no two values that hold a path are equal.
-    if (!QMetaType::hasRegisteredComparators<QDBusObjectPath>()) {
-        QMetaType::registerComparators<QDBusObjectPath>();
-    }
     _secondLook.setSingleShot(true);
     _secondLook.setInterval(TakenDown);
     connect(&_secondLook, &QTimer::timeout, this, &TodaySource::takeAwayDeadMounts);

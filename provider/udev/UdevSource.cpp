@@ -2,21 +2,9 @@
 
 #include <algorithm>
 
-#include <QDBusObjectPath>
-
 #include "provider/ObjectPath.h"
 
 namespace {
-
-/// When udev's clock began, which counts from the start of the machine: in microseconds.
-qlonglong startOfClock()
-{
-    using std::chrono::duration_cast;
-    using std::chrono::microseconds;
-    const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return (duration_cast<microseconds>(now) - duration_cast<microseconds>(sinceStart)).count();
-}
 
 bool differs(const Device& before, const Device& now)
 {
@@ -46,14 +34,9 @@ bool holds(const std::vector<AnnouncedDevice>& devices, const AnnouncedDevice& d
 UdevSource::UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs, LastState lastState,
                        std::chrono::milliseconds patience, std::chrono::milliseconds calm)
     : _udev(std::move(udev))
-    , _sysfs(std::move(sysfs))
+    , _reader(*_udev, std::move(sysfs))
     , _lastState(std::move(lastState))
-    , _bootTime(startOfClock())
 {
-    // Without this no two values that hold a path are equal.
-    if (!QMetaType::hasRegisteredComparators<QDBusObjectPath>()) {
-        QMetaType::registerComparators<QDBusObjectPath>();
-    }
     _patience.setSingleShot(true);
     _patience.setInterval(patience);
     connect(&_patience, &QTimer::timeout, this, &UdevSource::showAfterAll);
@@ -90,7 +73,7 @@ void UdevSource::showWhenSettled()
         return;
     }
     const std::vector<BlockDevice> blocks = _udev->devices();
-    if (unfinished(blocks).isEmpty()) {
+    if (_reader.unfinished(blocks).isEmpty()) {
         show(blocks);
     }
 }
@@ -98,7 +81,7 @@ void UdevSource::showWhenSettled()
 void UdevSource::showAfterAll()
 {
     const std::vector<BlockDevice> blocks = _udev->devices();
-    const QStringList names = unfinished(blocks);
+    const QStringList names = _reader.unfinished(blocks);
     Q_EMIT noted(QStringLiteral("udev has not settled in %1 s; not shown until it has dealt with them: %2")
                      .arg(QString::number(_patience.interval() / 1000),
                           names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "))));
@@ -109,7 +92,7 @@ void UdevSource::show(const std::vector<BlockDevice>& blocks)
 {
     _patience.stop();
     for (const BlockDevice& block : blocks) {
-        if (const std::optional<ShownDevice> device = shownFrom(block)) {
+        if (const std::optional<ShownDevice> device = _reader.read(block)) {
             _shown.put(*device);
         }
     }
@@ -232,7 +215,7 @@ void UdevSource::saveState()
 /// The one way from udev's device to a shown one.
 void UdevSource::settle(const BlockDevice& block, bool isChange)
 {
-    const std::optional<ShownDevice> now = shownFrom(block);
+    const std::optional<ShownDevice> now = _reader.read(block);
     const ShownDevice* known = _shown.find(block.objectPath());
     if (known != nullptr && (!now || isReplaced(*known, *now, isChange))) {
         remove(block.objectPath());
@@ -299,38 +282,10 @@ void UdevSource::refresh(const QStringList& objectPaths)
 {
     for (const QString& path : objectPaths) {
         const ShownDevice* known = _shown.find(path);
-        const bool isThere = known != nullptr && _sysfs.exists(known->block.path());
-        const std::optional<ShownDevice> now = isThere ? shownFrom(known->block) : std::nullopt;
+        const bool isThere = known != nullptr && _reader.isThere(known->block);
+        const std::optional<ShownDevice> now = isThere ? _reader.read(known->block) : std::nullopt;
         if (now) {
             update(*now, false);
         }
     }
-}
-
-// --- devices
-
-/// Whether all is known that can be. Without udev that is what the kernel says.
-bool UdevSource::isFinished(const BlockDevice& block) const
-{
-    return block.isInitialized() || !_udev->isRunning();
-}
-
-/// Nothing for what is not shown, and for a device that udev has not dealt with.
-std::optional<ShownDevice> UdevSource::shownFrom(const BlockDevice& block) const
-{
-    const std::optional<UdevDevice> shown =
-        isFinished(block) ? shownAs(block, _sysfs, _bootTime) : std::nullopt;
-    return shown ? std::make_optional(ShownDevice{block, *shown}) : std::nullopt;
-}
-
-/// The names of devices that will be shown when udev has dealt with them.
-QStringList UdevSource::unfinished(const std::vector<BlockDevice>& blocks) const
-{
-    QStringList names;
-    for (const BlockDevice& block : blocks) {
-        if (!isFinished(block) && shownAs(block, _sysfs, _bootTime)) {
-            names += QString::fromUtf8(block.name());
-        }
-    }
-    return names;
 }

@@ -8,11 +8,9 @@
 
 #include <QTimer>
 
-#include "kernel/Sysfs.h"
 #include "provider/DeviceSource.h"
+#include "provider/udev/DeviceReader.h"
 #include "provider/udev/LastState.h"
-#include "provider/udev/ShownDevices.h"
-#include "provider/udev/Udev.h"
 
 /// The block devices of this machine, sorted by their place in it.
 ///
@@ -69,14 +67,9 @@ private:
     void removePartitionsOf(const BlockDevice& disk);
     void refresh(const QStringList& objectPaths);
 
-    QStringList unfinished(const std::vector<BlockDevice>& blocks) const;
-    bool isFinished(const BlockDevice& block) const;
-    std::optional<ShownDevice> shownFrom(const BlockDevice& block) const;
-
     std::unique_ptr<Udev> _udev;
-    Sysfs _sysfs;
+    DeviceReader _reader;
     LastState _lastState;
-    qlonglong _bootTime;
     QTimer _patience;
     QTimer _calm;
     QTimer _look;

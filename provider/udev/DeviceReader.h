@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include <QStringList>
+
+#include "kernel/Sysfs.h"
+#include "provider/udev/ShownDevices.h"
+#include "provider/udev/Udev.h"
+
+/// Makes shown devices of what udev and the kernel know.
+class DeviceReader
+{
+public:
+    DeviceReader(const Udev& udev, Sysfs sysfs);
+
+    /// Whether the kernel still has it.
+    bool isThere(const BlockDevice& block) const;
+    /// Nothing for what is not shown, and for a device that udev has not dealt with.
+    std::optional<ShownDevice> read(const BlockDevice& block) const;
+    /// The names of those that will be shown when udev has dealt with them.
+    QStringList unfinished(const std::vector<BlockDevice>& blocks) const;
+
+private:
+    bool isFinished(const BlockDevice& block) const;
+
+    const Udev& _udev;
+    Sysfs _sysfs;
+    qlonglong _bootTime;
+};
