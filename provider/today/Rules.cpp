@@ -70,37 +70,36 @@ void apply(const Rule& rule, Picture& picture, const Circumstances& circumstance
     }
 }
 
+/// In the order in which they are applied: later ones see what earlier ones have made. Labels are compared
+/// when they have their final spelling.
+constexpr Rule Table[] = {
+    {"memory-devices",
+     "It lies in memory or in a file, so it is not a disk of this machine: somebody has set it up on "
+     "purpose.",
+     &each<hideMemoryDevice>},
+    {"rescue-medium",
+     "The rescue system runs from it, or it belongs to the medium that the rescue system runs from.",
+     &each<hideRescueMedium>},
+    {"scsi-major", "It is a partition of an internal disk; programs look for these on major number 8 only.",
+     &each<showScsiMajor>},
+    {"windows-hidden", "Windows itself gives this partition no drive letter.", &each<withholdLetter>},
+    {"windows-first",
+     "NTFS and FAT partitions of internal disks come before all others, because letters are given in "
+     "this order.",
+     &putWindowsFirst},
+    {"blank-labels", "A label with a blank would be two arguments for the NTFS driver.",
+     &each<replaceBlanks>},
+    {"drive-letter-labels", "Its label is a directory that belongs to a Windows drive.",
+     &each<respellDriveLetter>},
+    {"equal-labels", "Another external file system that is plugged in has the same name.", &numberEqualNames},
+    {DeadMounts::Word, "The NTFS driver leaves a dead mount behind when its device is pulled out.", nullptr},
+};
+
 } // namespace
 
 const std::vector<Rule>& all()
 {
-    // Later rules see what earlier ones have made: labels are compared when they have their final spelling.
-    static const std::vector<Rule> rules{
-        {"memory-devices",
-         "It lies in memory or in a file, so it is not a disk of this machine: somebody has set it up on "
-         "purpose.",
-         &each<hideMemoryDevice>},
-        {"rescue-medium",
-         "The rescue system runs from it, or it belongs to the medium that the rescue system runs from.",
-         &each<hideRescueMedium>},
-        {"scsi-major",
-         "It is a partition of an internal disk; programs look for these on major number 8 only.",
-         &each<showScsiMajor>},
-        {"windows-hidden", "Windows itself gives this partition no drive letter.", &each<withholdLetter>},
-        {"windows-first",
-         "NTFS and FAT partitions of internal disks come before all others, because letters are given in "
-         "this "
-         "order.",
-         &putWindowsFirst},
-        {"blank-labels", "A label with a blank would be two arguments for the NTFS driver.",
-         &each<replaceBlanks>},
-        {"drive-letter-labels", "Its label is a directory that belongs to a Windows drive.",
-         &each<respellDriveLetter>},
-        {"equal-labels", "Another external file system that is plugged in has the same name.",
-         &numberEqualNames},
-        {DeadMounts::Word, "The NTFS driver leaves a dead mount behind when its device is pulled out.",
-         nullptr},
-    };
+    static const std::vector<Rule> rules(std::begin(Table), std::end(Table));
     return rules;
 }
 
