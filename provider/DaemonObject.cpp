@@ -6,7 +6,6 @@
 #include <QHash>
 
 #include "provider/DeviceSource.h"
-#include "provider/DeviceView.h"
 #include "provider/NotSupported.h"
 
 namespace {
@@ -32,7 +31,7 @@ BusReply enumerateDeviceFiles(const BusCall& /*call*/, const Devices& devices)
 {
     QStringList files;
     for (const Device* device : devices) {
-        files += DeviceView::files(*device);
+        files += device->files();
     }
     return BusReply::of(files);
 }
@@ -51,14 +50,13 @@ BusReply firstThat(const Devices& devices, const std::function<bool(const Device
 BusReply findByFile(const BusCall& call, const Devices& devices)
 {
     const QString file = call.text(0);
-    return firstThat(devices, [&](const Device& device) { return DeviceView::goesBy(device, file); });
+    return firstThat(devices, [&](const Device& device) { return device.hasFile(file); });
 }
 
 BusReply findByNumber(const BusCall& call, const Devices& devices)
 {
-    return firstThat(devices, [&](const Device& device) {
-        return DeviceView::hasNumber(device, call.number(0), call.number(1));
-    });
+    return firstThat(devices,
+                     [&](const Device& device) { return device.hasNumber(call.number(0), call.number(1)); });
 }
 
 /// What the provider carries out of the daemon's methods.

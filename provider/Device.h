@@ -4,6 +4,7 @@
 
 #include <QSet>
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 #include <QtGlobal>
 
@@ -21,4 +22,12 @@ struct Device
     QSet<QString> missing;
     /// The attribute bits of its entry in a GPT partition table; 0 for any other device.
     quint64 partitionAttributes = 0;
+
+    /// Its node and the links to it that its properties name.
+    QStringList files() const;
+    /// Whether `file` is one of these.
+    bool hasFile(const QString& file) const;
+    /// Whether the kernel knows it by this number; without a block device behind, whether its properties say
+    /// so.
+    bool hasNumber(qlonglong majorNumber, qlonglong minorNumber) const;
 };

@@ -1,11 +1,11 @@
 #include "provider/DeviceTree.h"
 
+#include "interfaces/ObjectPath.h"
 #include "interfaces/UDisks.h"
 #include "provider/DaemonObject.h"
 #include "provider/DeviceObject.h"
 #include "provider/DeviceSource.h"
 #include "provider/Dispatch.h"
-#include "provider/ObjectPath.h"
 
 namespace {
 

@@ -1,7 +1,5 @@
 #include "provider/DeviceView.h"
 
-#include <sys/sysmacros.h>
-
 #include "interfaces/InterfaceDescription.h"
 #include "interfaces/PropertyValue.h"
 #include "kernel/MountTable.h"
@@ -53,28 +51,6 @@ QVariantMap allProperties(const Device& device)
         }
     }
     return result;
-}
-
-bool goesBy(const Device& device, const QString& file)
-{
-    return files(device).contains(file);
-}
-
-QStringList files(const Device& device)
-{
-    return QStringList(device.properties.value(DEVICE_FILE).toString()) +
-           device.properties.value(QStringLiteral("DeviceFileById")).toStringList() +
-           device.properties.value(QStringLiteral("DeviceFileByPath")).toStringList();
-}
-
-bool hasNumber(const Device& device, qlonglong majorNumber, qlonglong minorNumber)
-{
-    const qlonglong shownMajor = device.properties.value(QStringLiteral("DeviceMajor")).toLongLong();
-    const qlonglong shownMinor = device.properties.value(QStringLiteral("DeviceMinor")).toLongLong();
-    const dev_t number = device.number != 0
-                             ? device.number
-                             : makedev(static_cast<unsigned>(shownMajor), static_cast<unsigned>(shownMinor));
-    return number != 0 && major(number) == majorNumber && minor(number) == minorNumber;
 }
 
 } // namespace DeviceView

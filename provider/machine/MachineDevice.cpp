@@ -5,9 +5,9 @@
 #include <QDBusObjectPath>
 #include <QHash>
 
-#include "provider/NodeName.h"
-#include "provider/ObjectPath.h"
-#include "provider/PartitionScheme.h"
+#include "interfaces/ObjectPath.h"
+#include "interfaces/PartitionScheme.h"
+#include "provider/machine/NodeName.h"
 
 namespace {
 

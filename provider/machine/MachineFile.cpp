@@ -9,7 +9,7 @@
 
 #include "interfaces/InterfaceDescription.h"
 #include "interfaces/PropertyValue.h"
-#include "provider/NodeName.h"
+#include "provider/machine/NodeName.h"
 
 namespace MachineFile {
 namespace {

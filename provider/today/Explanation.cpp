@@ -1,7 +1,6 @@
 #include "provider/today/Explanation.h"
 
 #include "process/TerminalText.h"
-#include "provider/DeviceView.h"
 #include "provider/today/DeviceTraits.h"
 #include "provider/today/Rules.h"
 
@@ -53,7 +52,7 @@ std::string changes(const Presentation& device)
 
 bool isMeant(const Device& device, const QString& file)
 {
-    return DeviceView::goesBy(device, file) || DeviceView::goesBy(device, QStringLiteral("/dev/") + file);
+    return device.hasFile(file) || device.hasFile(QStringLiteral("/dev/") + file);
 }
 
 std::string presentation(const Presentation& device)

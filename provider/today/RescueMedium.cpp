@@ -4,7 +4,7 @@
 
 #include <sys/sysmacros.h>
 
-#include "provider/ObjectPath.h"
+#include "interfaces/ObjectPath.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
+#include "interfaces/ObjectPath.h"
 #include "kernel/Descriptor.h"
-#include "provider/ObjectPath.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 #include <QDBusObjectPath>
 
-#include "provider/ObjectPath.h"
-#include "provider/PartitionScheme.h"
+#include "interfaces/ObjectPath.h"
+#include "interfaces/PartitionScheme.h"
 #include "provider/udev/DriveProperties.h"
 #include "provider/udev/Placement.h"
 

@@ -3,9 +3,9 @@
 #include <optional>
 
 #include "kernel/Sysfs.h"
-#include "provider/BusOrder.h"
 #include "provider/Device.h"
 #include "provider/udev/BlockDevice.h"
+#include "provider/udev/BusOrder.h"
 
 /// A block device of udev as UDisks 1 shows it.
 struct UdevDevice

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "provider/ObjectPath.h"
+#include "interfaces/ObjectPath.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 
 #include "provider/DeviceTree.h"
 #include "provider/Dispatch.h"
-#include "provider/machine/MachineObject.h"
+#include "provider/MachineObject.h"
 #include "provider/machine/MachineSource.h"
 #include "tests/fuzz/Require.h"
 

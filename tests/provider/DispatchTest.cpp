@@ -9,7 +9,7 @@
 #include "interfaces/InterfaceDescription.h"
 #include "provider/DeviceTree.h"
 #include "provider/Dispatch.h"
-#include "provider/machine/MachineObject.h"
+#include "provider/MachineObject.h"
 #include "provider/machine/MachineSource.h"
 #include "tests/support/TemporaryDirectory.h"
 

@@ -2,9 +2,9 @@
 
 #include <sys/sysmacros.h>
 
-#include "provider/NodeName.h"
-#include "provider/ObjectPath.h"
-#include "provider/PartitionScheme.h"
+#include "interfaces/ObjectPath.h"
+#include "interfaces/PartitionScheme.h"
+#include "provider/machine/NodeName.h"
 
 TEST(ObjectPathTest, EscapesEveryByteThatIsNoLetterAndNoDigit)
 {

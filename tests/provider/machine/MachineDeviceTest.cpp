@@ -179,17 +179,17 @@ TEST(DeviceViewTest, GoesByItsNodeAndItsLinks)
         {QStringLiteral("DeviceFileByPath"), QStringList(QStringLiteral("/dev/disk/by-path/x"))}};
     const Device device = machineDevice(given, ntfs(), 0);
     for (const char* file : {"/dev/sda1", "/dev/disk/by-uuid/0123456789ABCDEF", "/dev/disk/by-path/x"}) {
-        EXPECT_TRUE(DeviceView::goesBy(device, QString::fromLatin1(file))) << file;
+        EXPECT_TRUE(device.hasFile(QString::fromLatin1(file))) << file;
     }
-    EXPECT_FALSE(DeviceView::goesBy(device, QStringLiteral("/dev/sda")));
+    EXPECT_FALSE(device.hasFile(QStringLiteral("/dev/sda")));
 }
 
 TEST(DeviceViewTest, IsFoundByTheKernelsNumberAndWithoutOneByTheShownOne)
 {
     const Device real = machineDevice(section("sda1", true), {}, makedev(7, 3));
-    EXPECT_TRUE(DeviceView::hasNumber(real, 7, 3));
-    EXPECT_FALSE(DeviceView::hasNumber(real, 8, 1));
-    EXPECT_TRUE(DeviceView::hasNumber(machineDevice(section("sda1", true), {}, 0), 8, 1));
+    EXPECT_TRUE(real.hasNumber(7, 3));
+    EXPECT_FALSE(real.hasNumber(8, 1));
+    EXPECT_TRUE(machineDevice(section("sda1", true), {}, 0).hasNumber(8, 1));
 }
 
 TEST(MachineDeviceTest, HasTheAttributesOfItsSection)

@@ -4,8 +4,8 @@
 
 #include <QDBusObjectPath>
 
-#include "provider/NodeName.h"
-#include "provider/ObjectPath.h"
+#include "interfaces/ObjectPath.h"
+#include "provider/machine/NodeName.h"
 
 namespace SampleDevices {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <QTimer>
 
-#include "provider/ObjectPath.h"
+#include "interfaces/ObjectPath.h"
 #include "tests/provider/udev/FakeUdev.h"
 #include "tests/provider/udev/RecordedMachine.h"
 #include "tests/support/WaitFor.h"

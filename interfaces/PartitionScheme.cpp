@@ -1,4 +1,4 @@
-#include "provider/PartitionScheme.h"
+#include "interfaces/PartitionScheme.h"
 
 #include <QHash>
 

@@ -1,4 +1,4 @@
-#include "provider/NodeName.h"
+#include "provider/machine/NodeName.h"
 
 #include <array>
 

@@ -3,7 +3,7 @@
 #include <QDBusConnection>
 
 #include "provider/BusEndpoint.h"
-#include "provider/machine/MachineObject.h"
+#include "provider/MachineObject.h"
 
 class MachineSource;
 

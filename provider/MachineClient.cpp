@@ -1,10 +1,10 @@
-#include "provider/machine/MachineClient.h"
+#include "provider/MachineClient.h"
 
 #include <QDBusError>
 #include <QDBusMessage>
 
 #include "interfaces/UDisks.h"
-#include "provider/machine/MachineControl.h"
+#include "provider/MachineControl.h"
 
 namespace MachineClient {
 namespace {

@@ -1,4 +1,4 @@
-#include "provider/ObjectPath.h"
+#include "interfaces/ObjectPath.h"
 
 namespace ObjectPath {
 namespace {

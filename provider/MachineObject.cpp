@@ -1,4 +1,4 @@
-#include "provider/machine/MachineObject.h"
+#include "provider/MachineObject.h"
 
 #include <stdexcept>
 

@@ -4,7 +4,7 @@
 
 #include <sys/sysmacros.h>
 
-#include "provider/BusOrder.h"
+#include "provider/udev/BusOrder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "provider/BusOrder.h"
+#include "provider/udev/BusOrder.h"
 
 #include <algorithm>
 #include <tuple>

@@ -1,4 +1,4 @@
-#include "provider/machine/MachineControl.h"
+#include "provider/MachineControl.h"
 
 #include <unistd.h>
 
