@@ -20,7 +20,7 @@ namespace MountedDrives {
 /// table, in which a later one hides an earlier one.
 /// The two roots themselves count only where the whole of a device lies over them, as a nameless medium does:
 /// a /mnt bound on itself, or a tmpfs, is no drive. `mountTable` is in the form of /proc/self/mountinfo.
-/// Throws std::runtime_error if it cannot be read.
+/// Throws std::system_error if it cannot be read.
 std::vector<MountedDrive> read(const std::string& mountTable = "/proc/self/mountinfo");
 
 } // namespace MountedDrives

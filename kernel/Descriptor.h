@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <utility>
 
 #include <unistd.h>
@@ -36,3 +37,7 @@ public:
 private:
     int _descriptor;
 };
+
+/// Opens a file, close-on-exec. Throws std::system_error: `complaint`, such as "cannot read", the path and
+/// the system's reason.
+Descriptor openFile(const std::string& path, int flags, const std::string& complaint = "cannot open");

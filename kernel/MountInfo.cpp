@@ -2,7 +2,6 @@
 
 #include <sys/sysmacros.h>
 
-#include <QFile>
 #include <QSet>
 
 namespace MountInfo {
@@ -65,6 +64,11 @@ QList<QByteArray> layersIn(const QByteArray& options)
     return result;
 }
 
+bool isReadOnly(const QByteArray& options)
+{
+    return options.split(',').contains("ro");
+}
+
 dev_t numberIn(const QByteArray& text)
 {
     const QList<QByteArray> parts = text.split(':');
@@ -73,10 +77,16 @@ dev_t numberIn(const QByteArray& text)
 
 Mount mountIn(const QList<QByteArray>& fields, int separator)
 {
-    Mount mount{fields[0].toInt(), numberIn(fields[2]), decoded(fields[4]), fields[separator + 1],
-                decoded(fields[separator + 2])};
+    const QByteArray& options = fields[separator + 3];
+    Mount mount{fields[0].toInt(),
+                numberIn(fields[2]),
+                decoded(fields[3]),
+                decoded(fields[4]),
+                fields[separator + 1],
+                decoded(fields[separator + 2]),
+                isReadOnly(fields[5]) || isReadOnly(options)};
     if (mount.type == "overlay") {
-        mount.layers = layersIn(fields[separator + 3]);
+        mount.layers = layersIn(options);
     }
     return mount;
 }
@@ -95,12 +105,6 @@ std::vector<Mount> parse(const QByteArray& table)
         }
     }
     return result;
-}
-
-std::vector<Mount> read(const std::string& file)
-{
-    QFile table(QString::fromStdString(file));
-    return table.open(QIODevice::ReadOnly) ? parse(table.readAll()) : std::vector<Mount>();
 }
 
 const Mount* holding(const QByteArray& path, const std::vector<Mount>& mounts)

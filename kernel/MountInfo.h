@@ -1,6 +1,5 @@
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include <sys/types.h>
@@ -8,26 +7,26 @@
 #include <QByteArray>
 #include <QList>
 
-/// One mount in the kernel's table.
+/// One mount in the kernel's table. Texts are the kernel's bytes, its escapes decoded.
 struct Mount
 {
     int id = 0;
     dev_t number = 0;  ///< of the file system: a block device's, or one without a device behind
+    QByteArray root;   ///< the directory of the file system that is mounted; "/" unless it is a bind mount
     QByteArray target; ///< the mount point
     QByteArray type;
     QByteArray source;
+    bool isReadOnly = false; ///< the mount or its file system
     /// The layers of an overlay: the directories that it shows, and the one that it writes to.
     QList<QByteArray> layers = {};
 };
 
-/// Reads the kernel's table of mounts, as in /proc/self/mountinfo. Lines that make no sense are skipped.
+/// The text of the kernel's table of mounts, as in /proc/self/mountinfo, and what can be found in it.
 namespace MountInfo {
 
-constexpr const char* Self = "/proc/self/mountinfo";
-
+/// In the order of the table: of several mounts at one place the last one lies on top. Lines that make no
+/// sense are skipped.
 std::vector<Mount> parse(const QByteArray& table);
-/// The same from a file; empty if it cannot be read.
-std::vector<Mount> read(const std::string& file);
 
 /// The mount that `path` lies on, as far as the table shows it; null for a table without a root.
 const Mount* holding(const QByteArray& path, const std::vector<Mount>& mounts);

@@ -1,50 +1,59 @@
 #include "kernel/MountTable.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <functional>
-#include <vector>
+#include <system_error>
 
-#include <libmount.h>
+#include <fcntl.h>
 
 #include <QFile>
 
+#include "kernel/Descriptor.h"
+
 namespace {
 
-using Stream = std::unique_ptr<std::FILE, decltype(&std::fclose)>;
-using Iterator = std::unique_ptr<libmnt_iter, decltype(&mnt_free_iter)>;
-
-QByteArray text(const char* value)
+QByteArray contentOf(const std::string& path)
 {
-    return QByteArray(value);
+    const Descriptor descriptor = openFile(path, O_RDONLY, "cannot read");
+    QFile file;
+    file.open(descriptor.get(), QIODevice::ReadOnly);
+    return file.readAll();
 }
 
-bool isOn(libmnt_fs* mounted, dev_t number, const QByteArray& deviceFile)
+bool isOn(const Mount& mount, dev_t number, const QByteArray& deviceFile)
 {
-    if (text(mnt_fs_get_root(mounted)) != "/") {
-        return false;
-    }
-    return mnt_fs_get_devno(mounted) == number ||
-           (text(mnt_fs_get_fstype(mounted)) == "btrfs" && text(mnt_fs_get_source(mounted)) == deviceFile);
-}
-
-MountTable::Entries entriesOf(QByteArray& content)
-{
-    MountTable::Entries entries(mnt_new_table(), &mnt_unref_table);
-    const Stream stream(fmemopen(content.data(), static_cast<std::size_t>(content.size()), "r"),
-                        &std::fclose);
-    if (stream && entries) {
-        mnt_table_parse_stream(entries.get(), stream.get(), "mountinfo");
-    }
-    return entries;
+    return mount.root == "/" &&
+           (mount.number == number || (mount.type == "btrfs" && mount.source == deviceFile));
 }
 
 } // namespace
 
-MountTable::MountTable(const char* file)
-    : _file(QString::fromLatin1(file))
-    , _entries(nullptr, &mnt_unref_table)
+MountTable::MountTable(std::string file)
+    : _file(std::move(file))
 {
+}
+
+/// Not left to poll(2), which reports mounts and unmounts only: renaming a directory above a mount point
+/// moves that too.
+const std::vector<Mount>& MountTable::read() &
+{
+    const QByteArray content = contentOf(_file);
+    if (content != _content) {
+        _content = content;
+        _mounts = MountInfo::parse(content);
+    }
+    return _mounts;
+}
+
+const std::vector<Mount>& MountTable::mounts() &
+{
+    try {
+        return read();
+    } catch (const std::system_error&) {
+        _content.clear();
+        _mounts.clear();
+        return _mounts;
+    }
 }
 
 QStringList MountTable::mountPaths(dev_t number, const QString& deviceFile)
@@ -52,13 +61,10 @@ QStringList MountTable::mountPaths(dev_t number, const QString& deviceFile)
     if (number == 0) {
         return {};
     }
-    read();
-    const Iterator iterator(mnt_new_iter(MNT_ITER_FORWARD), &mnt_free_iter);
     std::vector<QByteArray> paths;
-    libmnt_fs* mounted = nullptr;
-    while (_entries && mnt_table_next_fs(_entries.get(), iterator.get(), &mounted) == 0) {
-        if (isOn(mounted, number, deviceFile.toUtf8())) {
-            paths.push_back(text(mnt_fs_get_target(mounted)));
+    for (const Mount& mount : mounts()) {
+        if (isOn(mount, number, deviceFile.toUtf8())) {
+            paths.push_back(mount.target);
         }
     }
     std::sort(paths.begin(), paths.end(), std::greater<>());
@@ -67,16 +73,4 @@ QStringList MountTable::mountPaths(dev_t number, const QString& deviceFile)
         result += QString::fromUtf8(path);
     }
     return result;
-}
-
-/// Not left to poll(2), which tells of mounts and unmounts only: renaming a directory above a mount point
-/// moves that too.
-void MountTable::read()
-{
-    QFile file(_file);
-    const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    if (content != _content) {
-        _content = content;
-        _entries = entriesOf(_content);
-    }
 }

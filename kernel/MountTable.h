@@ -1,6 +1,7 @@
 #pragma once
 
-#include <memory>
+#include <string>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -8,16 +9,22 @@
 #include <QString>
 #include <QStringList>
 
-struct libmnt_table;
+#include "kernel/MountInfo.h"
 
-/// The kernel's mount table. It is read at every question; its entries, which take most of the time, are
-/// taken apart only when they are others than before. Belongs to one thread. Nothing throws.
+/// The kernel's mount table. It is read at every question; its text is taken apart, which takes most of the
+/// time, only when it is another than before. Belongs to one thread.
 class MountTable
 {
 public:
-    using Entries = std::unique_ptr<libmnt_table, void (*)(libmnt_table*)>;
+    static constexpr const char* Self = "/proc/self/mountinfo";
 
-    explicit MountTable(const char* file = "/proc/self/mountinfo");
+    explicit MountTable(std::string file = Self);
+
+    /// Every mount there is now; the list holds until the next question. Throws std::system_error if the
+    /// table cannot be read.
+    const std::vector<Mount>& read() &;
+    /// The same for those who can do without: a table that cannot be read is empty.
+    const std::vector<Mount>& mounts() &;
 
     /// The mount points of the whole file system (binds of a part of it do not count) on the device with this
     /// number, in descending byte order. File systems over several devices show a number of their own: btrfs
@@ -26,9 +33,7 @@ public:
     QStringList mountPaths(dev_t number, const QString& deviceFile);
 
 private:
-    void read();
-
-    QString _file;
+    std::string _file;
     QByteArray _content;
-    Entries _entries;
+    std::vector<Mount> _mounts;
 };

@@ -2,6 +2,7 @@
 
 #include <QEventLoop>
 
+#include "kernel/MountTable.h"
 #include "process/TerminalText.h"
 #include "provider/machine/MachineSource.h"
 #include "provider/today/Explanation.h"
@@ -44,7 +45,8 @@ std::string textFor(const CommandLine& line, const std::function<void(const QStr
     const std::unique_ptr<DeviceSource> source = sourceFor(line, note);
     waitUntilReady(*source);
     const std::vector<const Device*> devices = source->devices();
-    const auto circumstances = Circumstances::of(MountInfo::read(MountInfo::Self), BlockStack(), devices);
+    MountTable mountTable;
+    const auto circumstances = Circumstances::of(mountTable.mounts(), BlockStack(), devices);
     std::string text = Explanation::of(Rules::present(devices, line.rules, circumstances), line.node);
     if (text.empty() && !line.node.isEmpty()) {
         throw std::runtime_error("no block device " + TerminalText::harmless(line.node.toStdString()));

@@ -46,11 +46,11 @@ std::map<QString, QString> namesIn(const Picture& picture)
 } // namespace
 
 TodaySource::TodaySource(DeviceSource& source, Rules::Selection rules, BlockStack blocks,
-                         std::string mountInfo)
+                         std::string mountTable)
     : _source(source)
     , _rules(std::move(rules))
     , _blocks(std::move(blocks))
-    , _mountInfo(std::move(mountInfo))
+    , _mounts(std::move(mountTable))
 {
     _secondLook.setSingleShot(true);
     _secondLook.setInterval(TakenDown);
@@ -81,7 +81,7 @@ std::vector<const Device*> TodaySource::devices() const
 void TodaySource::begin()
 {
     takeAwayDeadMounts();
-    _circumstances = Circumstances::of(MountInfo::read(_mountInfo), _blocks, _source.devices());
+    _circumstances = Circumstances::of(_mounts.mounts(), _blocks, _source.devices());
     _picture = look();
     _circumstances.names = namesIn(_picture);
     _isReady = true;
@@ -160,8 +160,7 @@ void TodaySource::announceDifference(const Picture& before, const Device& device
 void TodaySource::takeAwayDeadMounts()
 {
     if (Rules::contains(_rules, DeadMounts::Word)) {
-        for (const QString& line :
-             DeadMounts::takeAway(DeadMounts::among(MountInfo::read(_mountInfo), _blocks))) {
+        for (const QString& line : DeadMounts::takeAway(DeadMounts::among(_mounts.mounts(), _blocks))) {
             Q_EMIT noted(line);
         }
     }

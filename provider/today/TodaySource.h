@@ -4,6 +4,7 @@
 
 #include <QTimer>
 
+#include "kernel/MountTable.h"
 #include "provider/DeviceSource.h"
 #include "provider/today/BlockStack.h"
 #include "provider/today/Rules.h"
@@ -20,7 +21,7 @@ class TodaySource : public DeviceSource
 
 public:
     TodaySource(DeviceSource& source, Rules::Selection rules, BlockStack blocks = BlockStack(),
-                std::string mountInfo = MountInfo::Self);
+                std::string mountTable = MountTable::Self);
 
     void start() override;
     std::vector<const Device*> devices() const override;
@@ -52,7 +53,7 @@ private:
     DeviceSource& _source;
     Rules::Selection _rules;
     BlockStack _blocks;
-    std::string _mountInfo;
+    MountTable _mounts;
     Circumstances _circumstances;
     bool _isReady = false;
     Picture _picture;

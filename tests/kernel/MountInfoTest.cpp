@@ -36,10 +36,30 @@ TEST(MountInfoTest, ReadsALine)
     ASSERT_EQ(mounts.size(), 1U);
     EXPECT_EQ(mounts[0].id, 36);
     EXPECT_EQ(mounts[0].number, makedev(259, 1));
+    EXPECT_EQ(mounts[0].root, "/sub");
     EXPECT_EQ(mounts[0].target, "/media/a b\\c");
     EXPECT_EQ(mounts[0].type, "fuseblk");
     EXPECT_EQ(mounts[0].source, "/dev/a\tb");
     EXPECT_THAT(mounts[0].layers, IsEmpty());
+}
+
+TEST(MountInfoTest, IsReadOnlyWhenTheMountOrItsFileSystemIs)
+{
+    const struct
+    {
+        const char* rest;
+        bool isReadOnly;
+    } table[] = {
+        {"rw,relatime shared:1 - ext4 a rw,errors=remount-ro", false},
+        {"ro,relatime - ext4 a rw", true},
+        {"rw,relatime - ext4 a ro", true},
+        {"rw,relatime,ro - ext4 a rw", true},
+        {"rw - overlay a rw,lowerdir=/a\\054ro,upperdir=/b", false},
+    };
+    for (const auto& row : table) {
+        const QByteArray line = QByteArray("36 35 259:1 / /media/a ") + row.rest;
+        EXPECT_EQ(MountInfo::parse(line).at(0).isReadOnly, row.isReadOnly) << row.rest;
+    }
 }
 
 TEST(MountInfoTest, DecodesNothingButWholeEscapes)
@@ -59,7 +79,6 @@ TEST(MountInfoTest, SkipsLinesThatMakeNoSense)
     EXPECT_THAT(MountInfo::parse("\n- - -\n1 2 3\n1 1 8:1 / /x rw - ext4\n1 1 8:1 / /x rw - ext4 a\n"),
                 IsEmpty());
     EXPECT_EQ(MountInfo::parse("1 1 8 / /x rw - ext4 a rw").at(0).number, makedev(8, 0));
-    EXPECT_THAT(MountInfo::read("/nonexistent"), IsEmpty());
 }
 
 TEST(MountInfoTest, FindsTheLayersOfAnOverlay)
@@ -101,7 +120,7 @@ TEST(MountInfoTest, FindsWhatAPathLiesOn)
 TEST(MountInfoTest, NamesWhatLiesDirectlyBelowMedia)
 {
     const auto name = [](const char* target) {
-        return MountInfo::nameBelowMedia({1, 0, target, "", "", {}}).toStdString();
+        return MountInfo::nameBelowMedia({1, 0, "/", target, "", ""}).toStdString();
     };
     EXPECT_EQ(name("/media/a b"), "a b");
     EXPECT_EQ(name("/media/a/b"), "");

@@ -1,4 +1,6 @@
+#include <cstdio>
 #include <fstream>
+#include <system_error>
 
 #include <gmock/gmock.h>
 
@@ -53,4 +55,33 @@ TEST(MountTableTest, FindsNothingForADeviceThatIsNotMountedOrHasNoNumberOrWithou
     EXPECT_THAT(pathsOf(0, "/dev/sdc1"), testing::IsEmpty());
     EXPECT_THAT(pathsOf(makedev(8, 2), "/dev/sda2"), testing::IsEmpty());
     EXPECT_TRUE(MountTable("/nonexistent").mountPaths(makedev(8, 1), QString()).isEmpty());
+}
+
+TEST(MountTableTest, SaysWhyItCannotBeRead)
+{
+    MountTable table("/nonexistent");
+    try {
+        table.read();
+        FAIL() << "no exception";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+        EXPECT_STREQ(error.what(), "cannot read /nonexistent: No such file or directory");
+    }
+}
+
+TEST(MountTableTest, IsReadAgainAtEveryQuestion)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.path() + "/mountinfo";
+    MountTable table(file);
+    EXPECT_EQ(table.mounts().size(), 0U);
+    std::ofstream(file) << TABLE;
+    EXPECT_EQ(table.mounts().size(), 10U);
+    std::ofstream(file) << "20 1 0:5 / /other rw - tmpfs tmpfs rw\n";
+    ASSERT_EQ(table.mounts().size(), 1U);
+    EXPECT_EQ(table.mounts()[0].target, "/other");
+    std::remove(file.c_str());
+    EXPECT_EQ(table.mounts().size(), 0U);
+    std::ofstream(file) << "20 1 0:5 / /other rw - tmpfs tmpfs rw\n";
+    EXPECT_EQ(table.mounts().size(), 1U);
 }

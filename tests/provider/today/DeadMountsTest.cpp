@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include "kernel/LoopDevice.h"
+#include "kernel/MountTable.h"
 #include "provider/today/DeadMounts.h"
 #include "provider/today/TodaySource.h"
 #include "tests/provider/today/FakeSysfs.h"
@@ -86,8 +87,8 @@ protected:
     std::vector<std::string> takeAway() const
     {
         std::vector<std::string> lines;
-        const auto dead =
-            DeadMounts::among(MountInfo::read(MountInfo::Self), BlockStack(Sysfs(sysfs.path())));
+        MountTable mounts;
+        const auto dead = DeadMounts::among(mounts.read(), BlockStack(Sysfs(sysfs.path())));
         for (const QString& line : DeadMounts::takeAway(dead)) {
             lines.push_back(line.toStdString());
         }
