@@ -10,11 +10,10 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <blkid.h>
-
 #include <QByteArray>
 
 #include "client/Inquiry.h"
+#include "kernel/Identification.h"
 
 namespace ListedDrives {
 namespace {
@@ -50,13 +49,7 @@ std::string askLabel(const std::string& device)
     if (!fs::is_block_file(device)) {
         return {};
     }
-    const blkid_probe probe = blkid_new_probe_from_filename(device.c_str());
-    const char* label = nullptr;
-    if (probe == nullptr || blkid_do_safeprobe(probe) != 0 ||
-        blkid_probe_lookup_value(probe, "LABEL", &label, nullptr) != 0) {
-        return {};
-    }
-    return label;
+    return identify(device).label.toStdString();
 }
 
 // ----------------------------------------------------------------------------------------------

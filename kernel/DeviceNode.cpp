@@ -1,8 +1,7 @@
 #include "kernel/DeviceNode.h"
 
 #include <cerrno>
-#include <cstring>
-#include <stdexcept>
+#include <system_error>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,12 +9,6 @@
 namespace {
 
 const std::string ROOT = "/dev/";
-
-std::string refusal(const std::string& path, int error)
-{
-    return error == EEXIST ? path + " exists already and is not replaced"
-                           : "cannot make " + path + ": " + std::strerror(error);
-}
 
 } // namespace
 
@@ -27,7 +20,7 @@ DeviceNode::DeviceNode(const std::string& name, dev_t number)
     if (mknod(_path.c_str(), S_IFBLK | 0660, number) != 0) {
         const int error = errno;
         removeDirectories();
-        throw std::runtime_error(refusal(_path, error));
+        throw std::system_error(error, std::generic_category(), "cannot make " + _path);
     }
 }
 

@@ -11,7 +11,8 @@
 class DeviceNode
 {
 public:
-    /// `name` is the path below /dev. Throws std::runtime_error with the reason.
+    /// `name` is the path below /dev. Throws std::system_error; EEXIST: something is there
+    /// already.
     DeviceNode(const std::string& name, dev_t number);
     ~DeviceNode();
     DeviceNode(const DeviceNode&) = delete;

@@ -15,24 +15,36 @@ constexpr quint64 SECTOR = 512;
 
 using Probe = std::unique_ptr<blkid_struct_probe, decltype(&blkid_free_probe)>;
 
-QString valueOf(const Probe& probe, const char* name)
+QByteArray bytesOf(const Probe& probe, const char* name)
 {
     const char* value = nullptr;
-    return blkid_probe_lookup_value(probe.get(), name, &value, nullptr) == 0 ? QString::fromUtf8(value)
-                                                                             : QString();
+    const int result = blkid_probe_lookup_value(probe.get(), name, &value, nullptr);
+    return result == 0 ? QByteArray(value) : QByteArray();
+}
+
+QString textOf(const Probe& probe, const char* name)
+{
+    return QString::fromUtf8(bytesOf(probe, name));
+}
+
+void attach(const Probe& probe, const Descriptor& file, const std::string& path)
+{
+    const int result = blkid_probe_set_device(probe.get(), file.get(), 0, 0);
+    const int error = errno;
+    if (result != 0) {
+        throw std::system_error(error, std::generic_category(), "cannot read " + path);
+    }
 }
 
 } // namespace
 
-Identification identify(const std::string& image)
+Identification identify(const std::string& path)
 {
-    // A named pipe would be waited for; like everything else that is no block device and no file it is
+    // A named pipe would be waited for; like everything else that is neither a block device nor a file it is
     // refused.
-    const Descriptor file(open(image.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file = openFile(path, O_RDONLY | O_NONBLOCK, "cannot read");
     const Probe probe(blkid_new_probe(), &blkid_free_probe);
-    if (!file.isOpen() || blkid_probe_set_device(probe.get(), file.get(), 0, 0) != 0) {
-        throw std::system_error(errno, std::generic_category());
-    }
+    attach(probe, file, path);
     blkid_probe_enable_superblocks(probe.get(), 1);
     blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_LABEL | BLKID_SUBLKS_UUID |
                                                        BLKID_SUBLKS_TYPE | BLKID_SUBLKS_USAGE |
@@ -41,12 +53,12 @@ Identification identify(const std::string& image)
     // Nothing recognised, or several types at once: the values are empty.
     blkid_do_safeprobe(probe.get());
     Identification found;
-    found.usage = valueOf(probe, "USAGE");
-    found.type = valueOf(probe, "TYPE");
-    found.version = valueOf(probe, "VERSION");
-    found.label = valueOf(probe, "LABEL");
-    found.uuid = valueOf(probe, "UUID");
-    found.tableType = valueOf(probe, "PTTYPE");
+    found.usage = textOf(probe, "USAGE");
+    found.type = textOf(probe, "TYPE");
+    found.version = textOf(probe, "VERSION");
+    found.label = bytesOf(probe, "LABEL");
+    found.uuid = textOf(probe, "UUID");
+    found.tableType = textOf(probe, "PTTYPE");
     found.size = static_cast<quint64>(blkid_probe_get_size(probe.get())) / SECTOR * SECTOR;
     return found;
 }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include <QByteArray>
 #include <QString>
 #include <QtGlobal>
 
@@ -12,12 +13,11 @@ struct Identification
     QString usage;     ///< "filesystem", "crypto", "raid", "other"
     QString type;      ///< "ntfs", "ext4", ...
     QString version;   ///< of the type
-    QString label;     ///< raw
+    QByteArray label;  ///< its very bytes
     QString uuid;      ///< in the type's own spelling: 16 upper-case hexadecimal digits for ntfs
     QString tableType; ///< of the partition table, if there is one: "dos", "gpt", ...
     quint64 size = 0;  ///< bytes, whole sectors
 };
 
-/// Reads from `image`, a file or a block device. Throws std::runtime_error with the reason when it cannot be
-/// read.
-Identification identify(const std::string& image);
+/// Reads from `path`, a file or a block device. Throws std::system_error when it cannot be read.
+Identification identify(const std::string& path);

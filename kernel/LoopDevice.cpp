@@ -1,8 +1,7 @@
 #include "kernel/LoopDevice.h"
 
 #include <cerrno>
-#include <cstring>
-#include <stdexcept>
+#include <system_error>
 
 #include <fcntl.h>
 #include <linux/loop.h>
@@ -17,24 +16,16 @@ constexpr int ATTEMPTS = 64;
 
 [[noreturn]] void fail(const std::string& what, int error)
 {
-    throw std::runtime_error(what + ": " + std::strerror(error));
-}
-
-Descriptor openFile(const std::string& path)
-{
-    Descriptor descriptor(open(path.c_str(), O_RDWR | O_CLOEXEC));
-    if (!descriptor.isOpen()) {
-        fail("cannot open " + path, errno);
-    }
-    return descriptor;
+    throw std::system_error(error, std::generic_category(), what);
 }
 
 dev_t freeNumber()
 {
-    const Descriptor control = openFile("/dev/loop-control");
+    const Descriptor control = openFile("/dev/loop-control", O_RDWR);
     const int number = ioctl(control.get(), LOOP_CTL_GET_FREE);
+    const int error = errno;
     if (number < 0) {
-        fail("no free loop device", errno);
+        fail("no free loop device", error);
     }
     return makedev(LOOP_MAJOR, static_cast<unsigned>(number));
 }
@@ -43,7 +34,7 @@ dev_t freeNumber()
 
 LoopDevice::LoopDevice(const std::string& image, const std::string& node)
 {
-    const Descriptor file = openFile(image);
+    const Descriptor file = openFile(image, O_RDWR);
     for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
         if (attach(freeNumber(), file, node)) {
             return;
@@ -56,13 +47,13 @@ LoopDevice::LoopDevice(const std::string& image, const std::string& node)
 bool LoopDevice::attach(dev_t number, const Descriptor& image, const std::string& node)
 {
     auto made = std::make_unique<DeviceNode>(node, number);
-    Descriptor device = openFile(made->path());
+    Descriptor device = openFile(made->path(), O_RDWR);
     loop_config configuration{};
     configuration.fd = static_cast<__u32>(image.get());
     configuration.info.lo_flags = LO_FLAGS_AUTOCLEAR;
     const int error = ioctl(device.get(), LOOP_CONFIGURE, &configuration) == 0 ? 0 : errno;
     if (error != 0 && error != EBUSY) {
-        fail("cannot attach " + std::string(node), error);
+        fail("cannot attach " + node, error);
     }
     if (error == 0) {
         _node = std::move(made);

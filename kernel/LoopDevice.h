@@ -13,8 +13,8 @@
 class LoopDevice
 {
 public:
-    /// `node` is the path below /dev. Throws std::runtime_error with the reason: the image cannot be opened
-    /// for reading and writing, the node exists, or the kernel refuses.
+    /// `node` is the path below /dev. Throws std::system_error: the image cannot be opened for reading and
+    /// writing, the node exists (EEXIST), or the kernel refuses.
     LoopDevice(const std::string& image, const std::string& node);
 
     dev_t number() const { return _node->number(); }

@@ -38,7 +38,7 @@ QVariantMap contentProperties(const Identification& content)
         {QStringLiteral("IdUsage"), content.usage},
         {QStringLiteral("IdType"), content.type},
         {QStringLiteral("IdVersion"), content.version},
-        {QStringLiteral("IdLabel"), content.label},
+        {QStringLiteral("IdLabel"), QString::fromUtf8(content.label)},
         {QStringLiteral("IdUuid"), content.uuid},
         {QStringLiteral("DeviceIsLuks"), content.usage == QLatin1String("crypto")},
     };

@@ -1,6 +1,7 @@
 #include "provider/machine/MachineSource.h"
 
 #include <algorithm>
+#include <system_error>
 
 #include "interfaces/ObjectPath.h"
 #include "provider/machine/MachineDevice.h"
@@ -10,6 +11,13 @@ namespace {
 [[noreturn]] void refuse(const QString& reason)
 {
     throw std::runtime_error(reason.toStdString());
+}
+
+std::string reasonOf(const std::system_error& error, const MachineSection& section)
+{
+    return error.code() == std::errc::file_exists
+               ? "/dev/" + section.node.toStdString() + " exists already and is not replaced"
+               : error.what();
 }
 
 } // namespace
@@ -105,9 +113,9 @@ void MachineSource::readImage(Bay& bay) const
     const std::string& image = bay.section.image;
     try {
         bay.content = identify(image);
-    } catch (const std::exception& error) {
+    } catch (const std::system_error& error) {
         const std::string place = "[" + bay.section.name.toStdString() + "] ";
-        throw MachineFileError(_file + ": " + place + "Image: " + image + ": " + error.what());
+        throw MachineFileError(_file + ": " + place + "Image: " + image + ": " + error.code().message());
     }
 }
 
@@ -116,7 +124,7 @@ void MachineSource::attachImage(Bay& bay) const
     const MachineSection& section = bay.section;
     try {
         bay.loop = std::make_unique<LoopDevice>(section.image, section.node.toStdString());
-    } catch (const std::exception& error) {
-        throw std::runtime_error("[" + section.name.toStdString() + "] " + error.what());
+    } catch (const std::system_error& error) {
+        throw std::runtime_error("[" + section.name.toStdString() + "] " + reasonOf(error, section));
     }
 }

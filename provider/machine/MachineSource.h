@@ -50,7 +50,6 @@ private:
 
     Bay& bayOf(const QString& section);
     void insert(Bay& bay);
-    void refuseNodeInUse(const MachineSection& section) const;
     void readImage(Bay& bay) const;
     void attachImage(Bay& bay) const;
 

@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include <gmock/gmock.h>
 
@@ -10,14 +11,27 @@
 
 namespace {
 
-std::string refusalOf(const std::string& image)
+std::string reasonOf(const std::string& image)
 {
     try {
         identify(image);
-    } catch (const std::runtime_error& error) {
-        return error.what();
+    } catch (const std::system_error& error) {
+        return error.code().message();
     }
     return "not refused";
+}
+
+/// A swap area; it is not looked for in less than this.
+std::string swapArea(const std::string& label)
+{
+    constexpr std::size_t Header = 1024;
+    constexpr std::size_t Signature = 4096 - 10;
+    std::string area(2 << 20, '\0');
+    area[Header] = 1;     // version
+    area[Header + 4] = 1; // the last page
+    area.replace(Header + 28, label.size(), label);
+    area.replace(Signature, 10, "SWAPSPACE2");
+    return area;
 }
 
 } // namespace
@@ -41,6 +55,16 @@ TEST(IdentificationTest, CountsWholeSectors)
     }
 }
 
+TEST(IdentificationTest, LeavesTheBytesOfALabelAlone)
+{
+    const TemporaryDirectory directory;
+    const std::string image = directory.path() + "/image";
+    std::ofstream(image) << swapArea("M\xe4rz \n\x1b");
+    const Identification found = identify(image);
+    EXPECT_EQ(found.type, QStringLiteral("swap"));
+    EXPECT_EQ(found.label, "M\xe4rz \n\x1b");
+}
+
 TEST(IdentificationTest, ReadsFilesAndBlockDevicesOnlyAndWaitsForNothing)
 {
     const TemporaryDirectory directory;
@@ -48,7 +72,7 @@ TEST(IdentificationTest, ReadsFilesAndBlockDevicesOnlyAndWaitsForNothing)
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     for (const std::string& image :
          {pipe, directory.path(), std::string("/dev/null"), std::string("/dev/zero")}) {
-        EXPECT_EQ(refusalOf(image), "Invalid argument") << image;
+        EXPECT_EQ(reasonOf(image), "Invalid argument") << image;
     }
-    EXPECT_EQ(refusalOf(directory.path() + "/none"), "No such file or directory");
+    EXPECT_EQ(reasonOf(directory.path() + "/none"), "No such file or directory");
 }

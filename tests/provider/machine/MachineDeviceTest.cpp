@@ -24,7 +24,7 @@ Identification ntfs()
     Identification content;
     content.usage = QStringLiteral("filesystem");
     content.type = QStringLiteral("ntfs");
-    content.label = QStringLiteral("Big / disk\n");
+    content.label = "Big / disk\n";
     content.uuid = QStringLiteral("0123456789ABCDEF");
     content.size = 1048576;
     return content;
@@ -109,7 +109,7 @@ TEST(MachineDeviceTest, KnowsExactlyThesePropertiesOfADisk)
     content.usage = QStringLiteral("crypto");
     content.type = QStringLiteral("crypto_LUKS");
     content.version = QStringLiteral("2");
-    content.label = QStringLiteral("L");
+    content.label = "L";
     content.size = 4096;
     const QString file = QStringLiteral("/dev/sdc");
     const QVariantMap expected{
