@@ -6,13 +6,13 @@
 #include <stdexcept>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <QByteArray>
 
 #include "client/Inquiry.h"
+#include "kernel/FileTree.h"
 #include "kernel/Identification.h"
 
 namespace ListedDrives {
@@ -26,11 +26,8 @@ namespace fs = std::filesystem;
 /// believed.
 bool isOnMount(int descriptor, int mountId)
 {
-    struct statx about = {};
-    if (statx(descriptor, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &about) != 0) {
-        return false;
-    }
-    return (about.stx_mask & STATX_MNT_ID) == 0 || about.stx_mnt_id == static_cast<std::uint64_t>(mountId);
+    const std::optional<FileTree::Place> place = FileTree::look(descriptor);
+    return place && (place->mountId == 0 || place->mountId == static_cast<std::uint64_t>(mountId));
 }
 
 std::string askSpace(const MountedDrive& drive)

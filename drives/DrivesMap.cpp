@@ -1,13 +1,12 @@
 #include "drives/DrivesMap.h"
 
-#include <cstdio>
-
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryFile>
 
+#include "kernel/FileTree.h"
 #include "log/LogText.h"
 
 namespace DrivesMap {
@@ -117,8 +116,7 @@ void replace(const QString& path, const QByteArray& content)
         return;
     }
     fresh.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
-    const QByteArray from = QFile::encodeName(fresh.fileName());
-    if (std::rename(from.constData(), QFile::encodeName(path).constData()) == 0) {
+    if (FileTree::rename(QFile::encodeName(fresh.fileName()), QFile::encodeName(path))) {
         fresh.setAutoRemove(false);
     }
 }

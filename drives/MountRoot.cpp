@@ -1,9 +1,5 @@
 #include "drives/MountRoot.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
-
 #include <QDir>
 #include <QFile>
 
@@ -34,13 +30,13 @@ MountRoot::MountRoot(const QString& path)
 
 void MountRoot::create()
 {
-    QDir::root().mkdir(_path);
+    FileTree::makeDirectory(QFile::encodeName(_path));
     _created = look(_path);
 }
 
 void MountRoot::makeDirectory(const QString& directory)
 {
-    if (directory != _path && QDir::root().mkdir(directory)) {
+    if (directory != _path && FileTree::makeDirectory(QFile::encodeName(directory))) {
         _made.insert(look(directory).identity);
     }
 }
@@ -48,7 +44,7 @@ void MountRoot::makeDirectory(const QString& directory)
 void MountRoot::removeDirectory(const QString& directory)
 {
     const Identity identity = look(directory).identity;
-    if (directory != _path && QDir::root().rmdir(directory)) {
+    if (directory != _path && FileTree::removeDirectory(QFile::encodeName(directory))) {
         _made.erase(identity);
     }
 }
@@ -63,7 +59,7 @@ void MountRoot::takeDown() const
     for (const QString& directory : directoriesBelow(_path)) {
         LogText::debug(directory);
         MountCalls::unmount(directory);
-        QDir::root().rmdir(directory);
+        FileTree::removeDirectory(QFile::encodeName(directory));
     }
 }
 
@@ -89,7 +85,7 @@ void MountRoot::takeDownOnMedium(const QString& directory) const
         MountCalls::unmount(directory);
     }
     if (isMade(look(directory))) {
-        QDir::root().rmdir(directory);
+        FileTree::removeDirectory(QFile::encodeName(directory));
     }
 }
 
@@ -109,16 +105,5 @@ bool MountRoot::isMade(const Place& place) const
 /// own.
 MountRoot::Place MountRoot::look(const QString& path)
 {
-    struct statx about = {};
-    const QByteArray name = QFile::encodeName(path);
-    if (statx(AT_FDCWD, name.constData(), AT_STATX_DONT_SYNC, STATX_INO | STATX_MNT_ID, &about) != 0) {
-        return {};
-    }
-    const bool tellsMountRoots = (about.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0;
-    const bool tellsMounts = (about.stx_mask & STATX_MNT_ID) != 0;
-    Place place;
-    place.isMountRoot = !tellsMountRoots || (about.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-    place.mountId = tellsMounts ? about.stx_mnt_id : 0;
-    place.identity = {makedev(about.stx_dev_major, about.stx_dev_minor), about.stx_ino};
-    return place;
+    return FileTree::look(QFile::encodeName(path)).value_or(Place());
 }

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <set>
-#include <utility>
 
 #include <QString>
+
+#include "kernel/FileTree.h"
 
 /// One of the two directories that everything is mounted below. It remembers the file system that it lies on,
 /// so that what is mounted over it later, a medium without a name mostly, is not taken for the directory
@@ -36,17 +36,8 @@ public:
     QString path() const { return _path; }
 
 private:
-    /// A directory, told from every other by the numbers of its device and its inode.
-    using Identity = std::pair<std::uint64_t, std::uint64_t>;
-
-    /// What a path leads to. A kernel that does not tell mounts apart (before 5.8) leaves the first two as
-    /// they are.
-    struct Place
-    {
-        std::uint64_t mountId = 0;
-        bool isMountRoot = true;
-        Identity identity;
-    };
+    using Place = FileTree::Place;
+    using Identity = Place::Identity;
 
     static Place look(const QString& path);
     bool isCovered() const;

@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "kernel/FileTree.h"
+
 namespace {
 
 const std::string ROOT = "/dev/";
@@ -38,7 +40,7 @@ void DeviceNode::makeDirectories()
     for (size_t end = _path.find('/', ROOT.size()); end != std::string::npos;
          end = _path.find('/', end + 1)) {
         const std::string directory = _path.substr(0, end);
-        if (mkdir(directory.c_str(), 0755) == 0) {
+        if (FileTree::makeDirectory(directory.c_str(), 0755)) {
             _madeDirectories.push_back(directory);
         }
     }
@@ -47,6 +49,6 @@ void DeviceNode::makeDirectories()
 void DeviceNode::removeDirectories()
 {
     for (auto directory = _madeDirectories.rbegin(); directory != _madeDirectories.rend(); ++directory) {
-        rmdir(directory->c_str());
+        FileTree::removeDirectory(directory->c_str());
     }
 }

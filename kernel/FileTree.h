@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include <sys/types.h>
+
+#include <QByteArray>
+
+/// Directories and what stands in them. Paths are bytes, in the encoding of file names; nothing throws.
+namespace FileTree {
+
+/// mkdir(2); `mode` is less the umask. Whether the directory was made: not if something is there.
+bool makeDirectory(const QByteArray& path, mode_t mode = 0777);
+/// rmdir(2). Whether the directory was removed: not if it holds anything.
+bool removeDirectory(const QByteArray& path);
+/// rename(2), which replaces what stands at `to`.
+bool rename(const QByteArray& from, const QByteArray& to);
+
+/// What a path leads to. A kernel that does not tell mounts apart (before 5.8) leaves the first two as they
+/// are.
+struct Place
+{
+    /// A file or directory is told from every other by the numbers of its device and its inode.
+    using Identity = std::pair<std::uint64_t, std::uint64_t>;
+
+    std::uint64_t mountId = 0;
+    bool isMountRoot = true;
+    Identity identity;
+};
+
+/// statx(2), without asking a remote file system or a driver anew. Nothing if it fails, as where the driver
+/// of what is mounted has died.
+std::optional<Place> look(const QByteArray& path);
+std::optional<Place> look(int descriptor);
+
+} // namespace FileTree
