@@ -1,6 +1,6 @@
 #include "drives/RemountOptions.h"
 
-#include <sys/mount.h>
+#include "kernel/MountCalls.h"
 
 namespace RemountOptions {
 
@@ -36,11 +36,11 @@ QString ntfsDriver(const QString& options)
 KernelRemount kernelRemount(const QString& optionArgument)
 {
     if (!optionArgument.contains(ReadOnlyWord)) {
-        return {MountMagic | MS_REMOUNT, optionArgument};
+        return {MountMagic | MountCalls::RemountFlag, optionArgument};
     }
     QString data = optionArgument;
     data.replace(ReadOnlyWord, QLatin1String("auto"));
-    return {MountMagic | MS_REMOUNT | MS_RDONLY, data};
+    return {MountMagic | MountCalls::RemountFlag | MountCalls::ReadOnlyFlag, data};
 }
 
 } // namespace RemountOptions

@@ -15,6 +15,8 @@
 namespace MountCalls {
 namespace {
 
+static_assert(RemountFlag == MS_REMOUNT && ReadOnlyFlag == MS_RDONLY);
+
 constexpr std::size_t StackSize = 262144; // 256 KiB
 
 /// A command line, and what came of it.
@@ -34,14 +36,15 @@ int carryOut(void* argument)
 }
 
 /// Calls `function` in a process of its own, which shares the memory, while the calling thread waits:
-/// posix_spawn(3) makes its processes in this way too. 0, or -1 with `errno`.
+/// posix_spawn(3) makes its processes in this way too. 0, or the error.
 int callApart(int (*function)(void*), void* argument)
 {
     std::vector<char> stack(StackSize);
     const int how = CLONE_VM | CLONE_VFORK | SIGCHLD;
     const pid_t process = clone(function, stack.data() + stack.size(), how, argument);
+    const int error = errno;
     if (process < 0) {
-        return -1;
+        return error;
     }
     while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
     }
@@ -97,6 +100,13 @@ Outcome forceUnmount(const QString& directory)
     return {result, errno};
 }
 
+Outcome detach(const QString& directory)
+{
+    const QByteArray target = QFile::encodeName(directory);
+    const int result = umount2(target.constData(), MNT_DETACH);
+    return {result, errno};
+}
+
 // system(3) ignores SIGINT and SIGQUIT in the whole process that calls it, so that they would be lost to the
 // service. In a process of its own it ignores them for nobody else, and what it starts gets them as ever.
 Outcome run(const ShellCommand& command)
@@ -104,7 +114,8 @@ Outcome run(const ShellCommand& command)
     const QByteArray line = command.line();
     Job job;
     job.line = line.constData();
-    return callApart(&carryOut, &job) == 0 ? job.outcome : Outcome{-1, errno};
+    const int error = callApart(&carryOut, &job);
+    return error == 0 ? job.outcome : Outcome{-1, error};
 }
 
 } // namespace MountCalls

@@ -4,10 +4,14 @@
 
 #include "kernel/ShellCommand.h"
 
-/// The one door to the kernel and to external programs. Each operation makes exactly the call it is named for
-/// and hands back what the call returned; nothing here decides, logs or throws. Paths and texts are passed in
+/// Mounting, unmounting and running programs. Each operation makes exactly the call it is named for and hands
+/// back what the call returned; nothing here decides, logs or throws. Paths and texts are passed in
 /// the encoding of file names, so they are the very bytes of the directories that the framework creates.
 namespace MountCalls {
+
+/// Flags of a remount.
+constexpr unsigned long RemountFlag = 0x20;
+constexpr unsigned long ReadOnlyFlag = 0x1;
 
 /// What a call returned, and `errno` right after it.
 struct Outcome
@@ -26,12 +30,14 @@ Outcome mountDevice(const QString& device, const QString& directory, const QStri
                     const QString& data);
 /// mount(2) with MS_MOVE. The mount that `from` lies in must not be shared (the kernel answers EINVAL).
 Outcome moveMount(const QString& from, const QString& to);
-/// mount(2) with the given remount flags and data.
+/// mount(2) with the given flags, `RemountFlag` among them, and data.
 Outcome remount(const QString& device, const QString& directory, unsigned long flags, const QString& data);
 /// umount(2).
 Outcome unmount(const QString& directory);
 /// umount2(2) with MNT_FORCE.
 Outcome forceUnmount(const QString& directory);
+/// umount2(2) with MNT_DETACH: the mount leaves the tree at once, and ends when nobody uses it any more.
+Outcome detach(const QString& directory);
 /// system(3), called in a process of its own, so that a signal that arrives meanwhile is the service's: it is
 /// handled when the command has ended. The value is the raw wait status, or -1 when no shell could be run.
 Outcome run(const ShellCommand& command);

@@ -1,15 +1,13 @@
 #include "provider/today/DeadMounts.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 
 #include <fcntl.h>
-#include <sys/mount.h>
 #include <sys/sysmacros.h>
-#include <unistd.h>
 
 #include "kernel/Descriptor.h"
+#include "kernel/FileTree.h"
+#include "kernel/MountCalls.h"
 #include "process/TerminalText.h"
 
 namespace DeadMounts {
@@ -64,13 +62,13 @@ QStringList takeAway(const std::vector<Mount>& dead)
         if (!top.isOpen() || mountIdOf(top) != mount.id) {
             continue;
         }
-        const std::string opened = "/proc/self/fd/" + std::to_string(top.get());
-        if (umount2(opened.c_str(), MNT_DETACH) != 0) {
-            const QString reason = QString::fromLocal8Bit(std::strerror(errno));
-            lines += line("the dead mount %1 cannot be taken away: ", mount.target) + reason;
+        const MountCalls::Outcome outcome =
+            MountCalls::detach(QStringLiteral("/proc/self/fd/%1").arg(top.get()));
+        if (!outcome.succeeded()) {
+            lines += line("the dead mount %1 cannot be taken away: ", mount.target) + outcome.errorText();
             continue;
         }
-        rmdir(mount.target.constData());
+        FileTree::removeDirectory(mount.target);
         lines += line("%1 is taken away: its device is gone", mount.target);
     }
     return lines;

@@ -26,13 +26,14 @@ TEST_F(MountCallsTest, PassExactlyTheirArguments)
                         QStringLiteral("-oauto"));
     MountCalls::unmount(QStringLiteral("/media/C:"));
     MountCalls::forceUnmount(QStringLiteral("/media/A"));
+    MountCalls::detach(QStringLiteral("/media/A"));
     MountCalls::run(ShellCommand(QStringLiteral("ntfsfix %1"), QStringLiteral("/dev/sda1")));
     EXPECT_THAT(KernelDoor::calls(),
                 ElementsAre("mount(/dev/sdb1, /media/A, vfat, 0x0, utf8)",
                             "mount(/dev/sda2, /mnt/sda2, ext4, 0x0, )",
                             "mount(/mnt/sda1, /media/C:, NULL, 0x2000, NULL)",
                             "mount(/dev/sda1, /media/C:, NULL, 0xc0ed0021, -oauto)", "umount(/media/C:)",
-                            "umount2(/media/A, 1)", "system(ntfsfix /dev/sda1)"));
+                            "umount2(/media/A, 1)", "umount2(/media/A, 2)", "system(ntfsfix /dev/sda1)"));
 }
 
 TEST_F(MountCallsTest, PassTheBytesOfTheFileNameEncoding)
