@@ -3,8 +3,9 @@
 #include "provider/DeviceView.h"
 #include "provider/NotSupported.h"
 
-DeviceObject::DeviceObject(const Device& device)
+DeviceObject::DeviceObject(const Device& device, MountTable& mounts)
     : _device(device)
+    , _mounts(mounts)
 {
 }
 
@@ -20,10 +21,10 @@ BusReply DeviceObject::carryOut(const BusCall& call) const
 
 std::optional<QVariant> DeviceObject::property(const QString& name) const
 {
-    return DeviceView::property(_device, name);
+    return DeviceView::property(_device, _mounts, name);
 }
 
 QVariantMap DeviceObject::allProperties() const
 {
-    return DeviceView::allProperties(_device);
+    return DeviceView::allProperties(_device, _mounts);
 }

@@ -3,12 +3,13 @@
 #include "provider/BusObject.h"
 
 struct Device;
+class MountTable;
 
 /// A device of UDisks 1. It answers questions only.
 class DeviceObject : public BusObject
 {
 public:
-    explicit DeviceObject(const Device& device);
+    DeviceObject(const Device& device, MountTable& mounts);
 
     const InterfaceDescription& interface() const override;
     BusReply carryOut(const BusCall& call) const override;
@@ -17,4 +18,5 @@ public:
 
 private:
     const Device& _device;
+    MountTable& _mounts;
 };

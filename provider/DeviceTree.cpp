@@ -37,8 +37,9 @@ private:
 
 } // namespace
 
-DeviceTree::DeviceTree(const DeviceSource& source)
+DeviceTree::DeviceTree(const DeviceSource& source, MountTable& mounts)
     : _source(source)
+    , _mounts(mounts)
 {
 }
 
@@ -51,5 +52,5 @@ BusReply DeviceTree::answer(const BusCall& call) const
         return Dispatch::answer(call, DevicesNode(_source));
     }
     const Device* device = _source.find(call.path);
-    return device != nullptr ? Dispatch::answer(call, DeviceObject(*device)) : Dispatch::noObject();
+    return device != nullptr ? Dispatch::answer(call, DeviceObject(*device, _mounts)) : Dispatch::noObject();
 }

@@ -3,17 +3,20 @@
 #include "provider/BusCall.h"
 
 class DeviceSource;
+class MountTable;
 
 /// The objects of UDisks 1 over the devices of a source: the daemon, the node that lists the devices, and one
 /// object a device.
 class DeviceTree
 {
 public:
-    explicit DeviceTree(const DeviceSource& source);
+    /// `mounts` is asked where the devices are mounted.
+    DeviceTree(const DeviceSource& source, MountTable& mounts);
 
     /// What is answered to a call for any path.
     BusReply answer(const BusCall& call) const;
 
 private:
     const DeviceSource& _source;
+    MountTable& _mounts;
 };

@@ -7,7 +7,7 @@
 #include "interfaces/UDisks.h"
 
 UDisksService::UDisksService(DeviceSource& source, const QDBusConnection& bus)
-    : _tree(source)
+    : _tree(source, _mounts)
     , _bus(bus)
 {
     connect(&source, &DeviceSource::added, this, [this](const QString& path) { tell("DeviceAdded", path); });

@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 
+#include "kernel/MountTable.h"
 #include "provider/BusEndpoint.h"
 #include "provider/DeviceSource.h"
 #include "provider/DeviceTree.h"
@@ -30,6 +31,7 @@ private:
     BusReply answer(const BusCall& call) override;
     void tell(const char* signalName, const QString& objectPath);
 
+    MountTable _mounts;
     DeviceTree _tree;
     QDBusConnection _bus;
 };

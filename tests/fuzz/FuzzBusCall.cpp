@@ -12,6 +12,7 @@
 
 #include <unistd.h>
 
+#include "kernel/MountTable.h"
 #include "provider/DeviceTree.h"
 #include "provider/Dispatch.h"
 #include "provider/MachineObject.h"
@@ -106,7 +107,8 @@ void checkReply(const BusCall& call, const BusReply& reply)
 BusReply answerOf(const BusCall& call, MachineSource& machine)
 {
     if (call.path != QLatin1String("M")) {
-        return DeviceTree(machine).answer(call);
+        MountTable mounts;
+        return DeviceTree(machine, mounts).answer(call);
     }
     const MachineObject control(machine, [](const QString& /*sender*/) { return true; });
     return Dispatch::answer(call, control);

@@ -7,6 +7,7 @@
 #include <QDBusVariant>
 
 #include "interfaces/InterfaceDescription.h"
+#include "kernel/MountTable.h"
 #include "provider/DeviceTree.h"
 #include "provider/Dispatch.h"
 #include "provider/MachineObject.h"
@@ -72,7 +73,7 @@ protected:
         machine->start();
     }
 
-    BusReply answer(const Row& row) const { return DeviceTree(*machine).answer(callOf(row)); }
+    BusReply answer(const Row& row) { return DeviceTree(*machine, mounts).answer(callOf(row)); }
 
     BusReply control(const Row& row, bool isAdmitted = true) const
     {
@@ -85,6 +86,7 @@ protected:
 
     TemporaryDirectory directory;
     std::unique_ptr<MachineSource> machine;
+    MountTable mounts;
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <QDBusObjectPath>
 
 #include "interfaces/InterfaceDescription.h"
+#include "kernel/MountTable.h"
 #include "provider/DeviceView.h"
 #include "provider/machine/MachineDevice.h"
 
@@ -32,7 +33,8 @@ Identification ntfs()
 
 QVariant shown(const Device& device, const char* property)
 {
-    return DeviceView::property(device, QString::fromLatin1(property)).value_or(QVariant());
+    MountTable mounts;
+    return DeviceView::property(device, mounts, QString::fromLatin1(property)).value_or(QVariant());
 }
 
 } // namespace
@@ -167,8 +169,9 @@ TEST(MachineDeviceTest, LetsTheFileHaveTheLastWord)
     const Device device = machineDevice(given, ntfs(), 0);
     EXPECT_EQ(shown(device, "IdLabel"), QVariant(7));
     EXPECT_EQ(shown(device, "DeviceMountPaths"), QVariant(QStringList(QStringLiteral("/x"))));
-    EXPECT_EQ(DeviceView::property(device, QStringLiteral("IdType")), std::nullopt);
-    EXPECT_EQ(DeviceView::allProperties(device).size(),
+    MountTable mounts;
+    EXPECT_EQ(DeviceView::property(device, mounts, QStringLiteral("IdType")), std::nullopt);
+    EXPECT_EQ(DeviceView::allProperties(device, mounts).size(),
               InterfaceDescription::device().properties().size() - 1);
 }
 

@@ -4,6 +4,7 @@
 
 #include <QDBusObjectPath>
 
+#include "kernel/MountTable.h"
 #include "provider/DeviceView.h"
 #include "provider/udev/UdevDevice.h"
 #include "tests/provider/udev/RecordedMachine.h"
@@ -73,11 +74,12 @@ TEST_P(RecordTest, IsShownInFull)
 
 TEST_P(RecordTest, HasEveryPropertyInTheTypeOfTheInterface)
 {
+    MountTable mounts;
     for (const BlockDevice& device : machine.devices()) {
         const auto found = shownAs(device, machine.sysfs(), BootTime);
         const QVariantMap properties = found ? found->device.properties : QVariantMap();
         for (auto given = properties.begin(); given != properties.end(); ++given) {
-            const QVariant empty = DeviceView::property(Device(), given.key()).value_or(QVariant());
+            const QVariant empty = DeviceView::property(Device(), mounts, given.key()).value_or(QVariant());
             EXPECT_EQ(given->userType(), empty.userType()) << given.key().toStdString();
         }
     }
