@@ -1,17 +1,15 @@
 #include "provider/machine/NodeName.h"
 
-#include <array>
-
 #include <sys/sysmacros.h>
 
 #include <QRegularExpression>
+
+#include "interfaces/ScsiDisks.h"
 
 namespace {
 
 constexpr int DISKS_A_MAJOR = 16;
 constexpr int NUMBERS_A_DISK = 16;
-constexpr std::array<unsigned, 16> SCSI_MAJORS{8,   65,  66,  67,  68,  69,  70,  71,
-                                               128, 129, 130, 131, 132, 133, 134, 135};
 
 /// "a" is 0, "z" is 25, "aa" is 26.
 int diskIndex(const QString& letters)
@@ -47,9 +45,9 @@ std::optional<dev_t> NodeName::scsiNumber() const
     const QRegularExpressionMatch match = form.match(_disk);
     const int disk = match.hasMatch() ? diskIndex(match.captured(1)) : -1;
     const auto majorIndex = static_cast<size_t>(disk / DISKS_A_MAJOR);
-    if (disk < 0 || majorIndex >= SCSI_MAJORS.size() || _partition >= NUMBERS_A_DISK) {
+    if (disk < 0 || majorIndex >= ScsiDisks::Majors.size() || _partition >= NUMBERS_A_DISK) {
         return std::nullopt;
     }
-    return makedev(SCSI_MAJORS.at(majorIndex),
+    return makedev(ScsiDisks::Majors.at(majorIndex),
                    static_cast<unsigned>(disk % DISKS_A_MAJOR * NUMBERS_A_DISK + _partition));
 }

@@ -4,22 +4,16 @@
 
 #include <QSet>
 
+#include "interfaces/ScsiDisks.h"
 #include "provider/today/DeviceTraits.h"
 
 using namespace DeviceTraits;
 
 namespace {
 
-constexpr qlonglong ScsiMajor = 8;
 constexpr qlonglong NoMajor = 0;
 
 const char* const Major = "DeviceMajor";
-
-bool isScsiMajor(qlonglong majorNumber)
-{
-    return majorNumber == ScsiMajor || (majorNumber >= 65 && majorNumber <= 71) ||
-           (majorNumber >= 128 && majorNumber <= 135);
-}
 
 bool isHiddenInMbr(const Device& device)
 {
@@ -56,9 +50,9 @@ bool isOfWindows(const Presentation& device)
 
 void showScsiMajor(Presentation& device, const Circumstances& /*circumstances*/)
 {
-    if (isInternalPartition(device.shown) && !isScsiMajor(number(device.shown, Major)) &&
+    if (isInternalPartition(device.shown) && !ScsiDisks::hasMajor(number(device.shown, Major)) &&
         !isNumberedDevice(device.shown, QLatin1String("loop"))) {
-        set(device.shown, Major, ScsiMajor);
+        set(device.shown, Major, qlonglong(ScsiDisks::FirstMajor));
     }
 }
 
@@ -68,7 +62,7 @@ void withholdLetter(Presentation& device, const Circumstances& /*circumstances*/
         return;
     }
     const qlonglong own = number(device.actual, Major);
-    set(device.shown, Major, own == ScsiMajor ? NoMajor : own);
+    set(device.shown, Major, own == ScsiDisks::FirstMajor ? NoMajor : own);
 }
 
 void putWindowsFirst(Picture& picture, const Circumstances& /*circumstances*/)
