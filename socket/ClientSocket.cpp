@@ -38,8 +38,8 @@ void ClientSocket::connect(const std::string& address)
     const int result = tcp ? connectTCP(tcp->host, tcp->port) : connectPath(address);
     const int error = errno;
     if (result < 0) {
-        throw SocketConnectingException("error while connecting: " + address +
-                                        " errno: " + std::to_string(error));
+        throw SocketConnectingException(
+            "error while connecting: " + address + " errno: " + std::to_string(error), error);
     }
 }
 

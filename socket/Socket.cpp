@@ -28,8 +28,8 @@ void refuseDescriptorZero(int fd)
 std::size_t receive(int fd, char* buffer, std::size_t size)
 {
     const ssize_t count = recv(fd, buffer, size, 0);
+    const int error = errno;
     if (count < 0) {
-        const int error = errno;
         throw ESocketRead("error while reading (" + std::to_string(error) + " : " + std::strerror(error) +
                           ")");
     }
@@ -82,8 +82,9 @@ void Socket::send(std::string bytes, unsigned int flags)
     while (true) {
         // Kept: the flags go on as they are, so the broken-pipe signal is not suppressed.
         const ssize_t count = ::send(fd, bytes.data(), bytes.size(), static_cast<int>(flags));
+        const int error = errno;
         if (count < 0) {
-            throw ESocketWrite(std::string("error while sending (") + std::strerror(errno) + ")");
+            throw ESocketWrite(std::string("error while sending (") + std::strerror(error) + ")");
         }
         const auto sent = static_cast<std::size_t>(count);
         if (sent >= bytes.size()) {

@@ -67,13 +67,20 @@ public:
     }
 };
 
+/// `error()` is the errno that the message ends in; 0 if it was thrown without one.
 class SocketConnectingException : public SocketException
 {
 public:
-    explicit SocketConnectingException(const std::string& message)
+    explicit SocketConnectingException(const std::string& message, int error = 0)
         : SocketException("SocketConnectingException", message)
+        , _error(error)
     {
     }
+
+    int error() const noexcept { return _error; }
+
+private:
+    int _error;
 };
 
 /// The message is the result of the system call in parentheses, not the errno.

@@ -1,3 +1,7 @@
+#include <cerrno>
+#include <fstream>
+#include <utility>
+
 #include <gmock/gmock.h>
 
 #include <netinet/in.h>
@@ -124,6 +128,22 @@ TEST_F(ClientSocketTest, ReportsAPathThatNobodyListensAt)
 {
     EXPECT_EQ(failureOf([&] { client.connect("missing"); }),
               "SocketConnectingException: error while connecting: missing errno: " + std::to_string(ENOENT));
+}
+
+TEST_F(ClientSocketTest, CarriesTheNumberOfAConnectingFailure)
+{
+    for (const auto& [path, error] : {std::pair(std::string("missing"), ENOENT),
+                                      {std::string("missing/below a 7"), ENOENT},
+                                      {std::string("file"), ECONNREFUSED},
+                                      {std::string(109, 'p'), ENAMETOOLONG}}) {
+        std::ofstream("file").flush();
+        try {
+            client.connect(path);
+            FAIL() << path;
+        } catch (const VORNA::SocketConnectingException& exception) {
+            EXPECT_EQ(exception.error(), error) << path;
+        }
+    }
 }
 
 TEST_F(ClientSocketTest, ConnectUnixConnectsWithTheWholeUnixAddress)

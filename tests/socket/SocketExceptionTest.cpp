@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -46,4 +47,10 @@ TEST(SocketException, EachClassBearsItsNameAndItsMessage)
     expectCaught(ESetSendTimeout(-1), "ESetSendTimeout", "(-1)");
     expectCaught(ESocketRead("text"), "ESocketRead", "text");
     expectCaught(ESocketWrite("text"), "ESocketWrite", "text");
+}
+
+TEST(SocketException, OfConnectingCarriesTheErrno)
+{
+    EXPECT_EQ(SocketConnectingException("text").error(), 0);
+    EXPECT_EQ(SocketConnectingException("text", EAGAIN).error(), EAGAIN);
 }
