@@ -15,8 +15,6 @@
 #include <Poco/PipeStream.h>
 #include <Poco/StreamCopier.h>
 
-#include <QByteArray>
-
 #include "client/ServiceQueue.h"
 #include "process/StandardStreams.h"
 #include "socket/ClientSocket.h"
@@ -115,12 +113,9 @@ void withdraw(Connection& connection)
     }
 }
 
-/// The socket library tells the errno of a failed connect only as the number that its message ends in.
 std::string reasonOf(const VORNA::SocketConnectingException& exception)
 {
-    const std::string& message = exception.message();
-    const int error = QByteArray::fromStdString(message.substr(message.find_last_of(' ') + 1)).toInt();
-    return error == EAGAIN ? Busy : std::strerror(error);
+    return exception.error() == EAGAIN ? Busy : std::strerror(exception.error());
 }
 
 /// The caller goes on when it has the outcome. A caller that is gone gets nothing: the stream absorbs the

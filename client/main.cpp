@@ -12,8 +12,6 @@
 #include "client/Exchange.h"
 #include "client/ListedDrive.h"
 #include "client/Report.h"
-#include "log/LogOutput.h"
-#include "log/Trace.h"
 #include "process/StandardStreams.h"
 #include "process/TerminalText.h"
 #include "process/UsageError.h"
@@ -84,18 +82,12 @@ ExitStatus carryOut(const Invocation& invocation)
     return WrongUse;
 }
 
-/// What the classes shared with the service trace and warn of is of no use here: no file, no terminal.
-Vorna::Logger silentLogger;
-
 } // namespace
-
-Vorna::Logger* g_dbgR = &silentLogger;
 
 int main(int argc, char** argv)
 {
     completeStandardStreams();
     std::setlocale(LC_CTYPE, "C.UTF-8");
-    installLogOutput();
     try {
         return carryOut(CommandLine::parse({argv + 1, argv + argc}));
     } catch (const UsageError& error) {
