@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <string>
 
@@ -55,8 +56,8 @@ public:
 
 private:
     std::string _file;
-    Loglevel _level = Fatal;
-    unsigned _maxSize = 0;
+    std::atomic<Loglevel> _level{Fatal};
+    std::atomic<unsigned> _maxSize{0};
     mutable std::mutex _lineAtATime;
 };
 
