@@ -29,10 +29,10 @@ QString matchKey(const QString& idType, const QString& idUuid)
 // Kept: letters that the map hands out are skipped only as far as the walk comes and only while they follow
 // each other in the map's order; and a key that is no number counts as 0, so it equals a record without a
 // volume id.
-QString fromMap(const QList<WindowsDrives::Partition>& map, const QString& matchKey, QString& runningLetter)
+QString fromMap(const QList<WindowsPartition>& map, const QString& matchKey, QString& runningLetter)
 {
     const quint32 volumeId = matchKey.toUInt(nullptr, 16);
-    for (const WindowsDrives::Partition& record : map) {
+    for (const WindowsPartition& record : map) {
         if (record.letters.isEmpty()) {
             continue;
         }

@@ -5,7 +5,7 @@
 #include <QList>
 #include <QString>
 
-#include "drives/WindowsDrives.h"
+#include "drives/WindowsPartition.h"
 
 /// Which directory below the final root a partition gets: pure functions, no effects.
 ///
@@ -19,7 +19,7 @@ QString matchKey(const QString& idType, const QString& idUuid);
 /// The first letter of the first record whose volume id equals `matchKey`; empty when none does. Each record
 /// walked up to there, the matching one included, advances the running letter by one if it begins with that
 /// letter. Records without letters are passed over.
-QString fromMap(const QList<WindowsDrives::Partition>& map, const QString& matchKey, QString& runningLetter);
+QString fromMap(const QList<WindowsPartition>& map, const QString& matchKey, QString& runningLetter);
 
 /// Advances the running letter past letters that are taken, up to "Z", and returns it.
 QString nextFree(QString& runningLetter, const std::function<bool(const QString&)>& isTaken);

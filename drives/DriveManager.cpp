@@ -13,6 +13,7 @@
 #include "drives/MountPolicy.h"
 #include "drives/NtfsMount.h"
 #include "drives/Remount.h"
+#include "drives/WindowsDrives.h"
 #include "interfaces/ServicePaths.h"
 #include "interfaces/UDisks.h"
 #include "kernel/MountCalls.h"

@@ -52,7 +52,7 @@ bool carriesSerialisedObjects(QByteArray content)
 constexpr int VolumeIdDigits = 8;
 constexpr int LettersAfterVolumeId = 10; // "[", the digits, and the character that closes them
 
-void readValue(const QString& value, WindowsDrives::Partition& partition)
+void readValue(const QString& value, WindowsPartition& partition)
 {
     QString letters = value;
     if (value.startsWith(QLatin1Char('['))) {
@@ -63,15 +63,15 @@ void readValue(const QString& value, WindowsDrives::Partition& partition)
 }
 
 /// The partitions of the group that `settings` stands in, up to the first number that is missing or empty.
-QList<WindowsDrives::Partition> partitionsOfGroup(const QSettings& settings)
+QList<WindowsPartition> partitionsOfGroup(const QSettings& settings)
 {
-    QList<WindowsDrives::Partition> result;
+    QList<WindowsPartition> result;
     for (qint32 number = 1;; ++number) {
         const QString value = settings.value(QStringLiteral("Partition%1").arg(number)).toString();
         if (value.isEmpty()) {
             return result;
         }
-        WindowsDrives::Partition partition;
+        WindowsPartition partition;
         partition.number = number;
         readValue(value, partition);
         partition.serial = settings.value(QStringLiteral("Serial")).toString();
@@ -121,9 +121,9 @@ void replace(const QString& path, const QByteArray& content)
     }
 }
 
-QList<WindowsDrives::Partition> partitions(QSettings& settings)
+QList<WindowsPartition> partitions(QSettings& settings)
 {
-    QList<WindowsDrives::Partition> result;
+    QList<WindowsPartition> result;
     const QStringList groups = settings.childGroups();
     for (const QString& group : groups) {
         settings.beginGroup(group);
@@ -133,7 +133,7 @@ QList<WindowsDrives::Partition> partitions(QSettings& settings)
     return result;
 }
 
-QString text(const WindowsDrives::Partition& partition)
+QString text(const WindowsPartition& partition)
 {
     return QStringLiteral("Partition [%1]: volume id(%2) serial(%3) letters(%4)")
         .arg(QString::number(partition.number), QString::number(partition.volumeId), partition.serial,

@@ -5,7 +5,7 @@
 #include <QSettings>
 #include <QString>
 
-#include "drives/WindowsDrives.h"
+#include "drives/WindowsPartition.h"
 
 /// Finding the drives map on foreign disks, copying it to where the service reads it, and reading it. Nothing
 /// here throws.
@@ -26,9 +26,9 @@ void replace(const QString& path, const QByteArray& content);
 
 /// The partitions by section in the settings' order, then by number. Each is written to the log at debug
 /// level.
-QList<WindowsDrives::Partition> partitions(QSettings& settings);
+QList<WindowsPartition> partitions(QSettings& settings);
 
 /// How the log shows a partition: "Partition [N]: volume id(V) serial(S) letters(A/B)".
-QString text(const WindowsDrives::Partition& partition);
+QString text(const WindowsPartition& partition);
 
 } // namespace DrivesMap

@@ -4,8 +4,8 @@
 #include <QList>
 #include <QSettings>
 #include <QSharedPointer>
-#include <QString>
-#include <QStringList>
+
+#include "drives/WindowsPartition.h"
 
 /// Reads the drives map, "drives.ini", that a Windows installation keeps in a program directory: which
 /// partition of which disk carries which drive letters.
@@ -17,13 +17,7 @@
 class WindowsDrives
 {
 public:
-    struct Partition
-    {
-        qint32 number = 0;    ///< N of the key "PartitionN", from 1
-        quint32 volumeId = 0; ///< 0 when the map names none, or no number
-        QString serial;       ///< serial number of the disk
-        QStringList letters;  ///< for example "C:", in the order of the map
-    };
+    using Partition = WindowsPartition;
 
     /// Searches, copies and opens the map.
     WindowsDrives();

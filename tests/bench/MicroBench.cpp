@@ -23,9 +23,9 @@ QString request(int64_t arguments)
     return result;
 }
 
-QList<WindowsDrives::Partition> drivesMap(int64_t partitions)
+QList<WindowsPartition> drivesMap(int64_t partitions)
 {
-    QList<WindowsDrives::Partition> result;
+    QList<WindowsPartition> result;
     for (int64_t index = 1; index <= partitions; ++index) {
         const auto number = static_cast<int>(index);
         result.append(
@@ -66,7 +66,7 @@ BENCHMARK(refusesUnknownCommand);
 /// The partition looked for is the last of the map.
 void findsLetterInMap(benchmark::State& state)
 {
-    const QList<WindowsDrives::Partition> map = drivesMap(state.range(0));
+    const QList<WindowsPartition> map = drivesMap(state.range(0));
     const QString key = QString::number(state.range(0), 16);
     while (state.KeepRunning()) {
         QString runningLetter = QStringLiteral("C:");

@@ -6,9 +6,9 @@
 
 namespace {
 
-WindowsDrives::Partition record(quint32 volumeId, const char* letters)
+WindowsPartition record(quint32 volumeId, const char* letters)
 {
-    WindowsDrives::Partition partition;
+    WindowsPartition partition;
     partition.volumeId = volumeId;
     partition.letters = QString::fromLatin1(letters).split(QLatin1Char(';'), Qt::SkipEmptyParts);
     return partition;
@@ -39,7 +39,7 @@ TEST(DriveLetters, TakeTheMatchKeyFromTheUuid)
 struct WalkRow
 {
     const char* story;
-    QList<WindowsDrives::Partition> map;
+    QList<WindowsPartition> map;
     const char* key;
     const char* letter;
     const char* runningLetter; ///< afterwards; "C:" before
@@ -47,8 +47,8 @@ struct WalkRow
 
 TEST(DriveLetters, WalkTheMapUpToTheMatchAndAdvanceTheRunningLetterByItsOrder)
 {
-    const QList<WindowsDrives::Partition> cde = {record(1, "C:"), record(2, "D:"), record(3, "E:")};
-    const QList<WindowsDrives::Partition> dc = {record(2, "D:"), record(1, "C:")};
+    const QList<WindowsPartition> cde = {record(1, "C:"), record(2, "D:"), record(3, "E:")};
+    const QList<WindowsPartition> dc = {record(2, "D:"), record(1, "C:")};
     for (const WalkRow& row : {
              WalkRow{"the first record matches", cde, "1", "C:", "D:"},
              {"the last record matches", cde, "3", "E:", "F:"},

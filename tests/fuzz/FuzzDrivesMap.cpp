@@ -22,15 +22,15 @@ std::string freshFile()
     return "/dev/shm/fuzz-drives-map-" + std::to_string(getpid()) + "-" + std::to_string(++count);
 }
 
-void checkPartitions(const QList<WindowsDrives::Partition>& partitions)
+void checkPartitions(const QList<WindowsPartition>& partitions)
 {
-    for (const WindowsDrives::Partition& partition : partitions) {
+    for (const WindowsPartition& partition : partitions) {
         require(partition.number >= 1, "numbers begin at 1");
         require(!partition.letters.contains(QString()), "no letter is empty");
     }
 }
 
-void checkWalk(const QList<WindowsDrives::Partition>& partitions)
+void checkWalk(const QList<WindowsPartition>& partitions)
 {
     QString runningLetter = QStringLiteral("C:");
     DriveLetters::fromMap(partitions, QStringLiteral("2A"), runningLetter);
@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     DrivesMap::replace(copy, DrivesMap::read(QString::fromStdString(map)));
     {
         QSettings settings(copy, QSettings::IniFormat);
-        const QList<WindowsDrives::Partition> partitions = DrivesMap::partitions(settings);
+        const QList<WindowsPartition> partitions = DrivesMap::partitions(settings);
         checkPartitions(partitions);
         checkWalk(partitions);
     }
