@@ -28,6 +28,12 @@ public:
     qint64 number(const char* name) const { return read(name).toLongLong(); }
     quint64 size(const char* name) const { return read(name).toULongLong(); }
 
+    bool isPartitionOfScsiDisk() const;
+    /// Whether it holds a file system and is none of the machine's own devices.
+    bool isExternal() const;
+    /// What an external file system is called: its label, its UUID when it has none.
+    QString labelOrUuid() const;
+
 private:
     QVariant read(const char* name) const;
 

@@ -1,13 +1,12 @@
 #include "drives/DriveManager.h"
 
-#include <algorithm>
 #include <cerrno>
 
 #include <QDir>
 #include <QFileInfo>
-#include <QThread>
 
 #include "drives/DeviceDump.h"
+#include "drives/DeviceEnumeration.h"
 #include "drives/DeviceProperties.h"
 #include "drives/DriveLetters.h"
 #include "drives/MountPolicy.h"
@@ -24,41 +23,6 @@
 using MountPolicy::MountDirectory;
 
 namespace {
-
-constexpr qint64 ScsiDiskMajor = 8;
-constexpr unsigned long ShortestPause = 200;  // microseconds
-constexpr unsigned long LongestPause = 10000; // microseconds
-
-/// The devices that UDisks knows. The first call may have to start UDisks, so it gets the bus's full time; a
-/// stop that is asked for meanwhile ends the wait.
-QList<QDBusObjectPath> enumerateDevices(QDBusUDisksProxy& udisks)
-{
-    QDBusPendingReply<QList<QDBusObjectPath>> reply = udisks.EnumerateDevices();
-    for (unsigned long pause = ShortestPause; !reply.isFinished();
-         pause = std::min(2 * pause, LongestPause)) {
-        if (StopRequest::isMade()) {
-            return {};
-        }
-        QThread::usleep(pause);
-    }
-    return reply.value();
-}
-
-bool isPartitionOfScsiDisk(const DeviceProperties& device)
-{
-    return device.number("DeviceMajor") == ScsiDiskMajor && device.flag("DeviceIsPartition");
-}
-
-bool isExternal(const DeviceProperties& device)
-{
-    return !device.flag("DeviceIsSystemInternal") && MountPolicy::isFileSystem(device.text("IdUsage"));
-}
-
-QString labelOrUuid(const DeviceProperties& device)
-{
-    const QString label = device.text("IdLabel");
-    return label.isEmpty() ? device.text("IdUuid") : label;
-}
 
 /// Why nothing is mounted at `directory`, as an error number; 0 when nothing speaks against it. A symbolic
 /// link there can come from a medium without a name that lies over the root, and would lead out of it.
@@ -146,7 +110,7 @@ DriveManager::DriveManager()
         }
         const DeviceProperties device(path);
         DeviceDump::write(device);
-        if (isPartitionOfScsiDisk(device)) {
+        if (device.isPartitionOfScsiDisk()) {
             _lstPartitions.append(path);
         }
     }
@@ -229,9 +193,9 @@ void DriveManager::_slot_addDevice(const QDBusObjectPath& path)
     if (!MountPolicy::isMountable(type)) {
         return;
     }
-    const bool external = isExternal(device);
+    const bool external = device.isExternal();
     const QString deviceFile = device.text("DeviceFile");
-    const MountDirectory directory = external ? MountPolicy::directoryForLabel(_s_sRoot, labelOrUuid(device))
+    const MountDirectory directory = external ? MountPolicy::directoryForLabel(_s_sRoot, device.labelOrUuid())
                                               : MountPolicy::directoryForNode(_s_sTemp, deviceFile);
     if (StopRequest::isMade()) {
         return;

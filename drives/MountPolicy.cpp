@@ -33,11 +33,6 @@ bool isVfat(const QString& idType)
     return idType.contains(QLatin1String("vfat"));
 }
 
-bool isFileSystem(const QString& idUsage)
-{
-    return idUsage == QLatin1String("filesystem");
-}
-
 QString kernelMountData(const QString& idType)
 {
     return isVfat(idType) ? QStringLiteral("utf8") : QLatin1String("");

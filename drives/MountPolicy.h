@@ -10,8 +10,6 @@ bool isMountable(const QString& idType);
 /// Whether the user-space NTFS driver mounts it; otherwise the kernel does.
 bool isNtfs(const QString& idType);
 bool isVfat(const QString& idType);
-/// Whether a device that is none of the machine's own is mounted below the root for external file systems.
-bool isFileSystem(const QString& idUsage);
 
 /// Option data for the kernel's mount: "utf8" for vfat, otherwise empty.
 QString kernelMountData(const QString& idType);

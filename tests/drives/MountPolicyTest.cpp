@@ -35,23 +35,6 @@ TEST(MountPolicy, DecidesByTheTypeOfTheFileSystem)
     }
 }
 
-struct UsageRow
-{
-    const char* usage;
-    bool isFileSystem;
-};
-
-TEST(MountPolicy, CallsOnlyWhatHoldsAFileSystemSo)
-{
-    for (const UsageRow& row : {UsageRow{"filesystem", true},
-                                {"crypto", false},
-                                {"", false},
-                                {"Filesystem", false},
-                                {"filesystems", false}}) {
-        EXPECT_EQ(MountPolicy::isFileSystem(QString::fromLatin1(row.usage)), row.isFileSystem) << row.usage;
-    }
-}
-
 struct NameRow
 {
     const char* name;
