@@ -1,18 +1,15 @@
 #include "drives/DriveManager.h"
 
-#include <cerrno>
-
-#include <QDir>
 #include <QFileInfo>
 
 #include "drives/DeviceDump.h"
 #include "drives/DeviceEnumeration.h"
 #include "drives/DeviceProperties.h"
-#include "drives/DriveLetters.h"
+#include "drives/KernelDriver.h"
+#include "drives/LetterArrangement.h"
+#include "drives/MountDirectory.h"
 #include "drives/MountPolicy.h"
-#include "drives/NtfsMount.h"
-#include "drives/Remount.h"
-#include "drives/WindowsDrives.h"
+#include "drives/NtfsDriver.h"
 #include "interfaces/ServicePaths.h"
 #include "interfaces/UDisks.h"
 #include "kernel/MountCalls.h"
@@ -20,62 +17,18 @@
 #include "log/Trace.h"
 #include "process/StopRequest.h"
 
-using MountPolicy::MountDirectory;
-
 namespace {
 
-/// Why nothing is mounted at `directory`, as an error number; 0 when nothing speaks against it. A symbolic
-/// link there can come from a medium without a name that lies over the root, and would lead out of it.
-int refusal(const MountDirectory& directory)
+/// Carries out a remount as a whole, or not at all once a stop was asked for.
+QString remount(const DeviceProperties& device, const QString& path, const QString& options)
 {
-    if (!directory.isAllowed) {
-        return EINVAL;
-    }
-    return QFileInfo(directory.path()).isSymLink() ? ELOOP : 0;
-}
-
-void reportFailedMount(const MountCalls::Outcome& outcome)
-{
-    LogText::warning(QStringLiteral("ERROR mount: %1").arg(outcome.errorText()));
-}
-
-bool mountNtfs(const QString& deviceFile, const QString& directory)
-{
-    return NtfsMount::run(ShellCommand(QStringLiteral("ntfs-3g %1 %2"), deviceFile, directory)) ||
-           NtfsMount::runReadOnly(deviceFile, directory);
-}
-
-bool mountByKernel(const QString& deviceFile, const QString& directory, const QString& type)
-{
-    const QString data = MountPolicy::kernelMountData(type);
-    // Kept: no blank after "-t". The line tells a reader what happens; it is never run.
-    LogText::debug(QStringLiteral("mount -t%1 %2 %3 %4").arg(type, deviceFile, directory, data));
-    const MountCalls::Outcome outcome = MountCalls::mountDevice(deviceFile, directory, type, data);
-    if (!outcome.succeeded()) {
-        reportFailedMount(outcome);
-    }
-    return outcome.succeeded();
-}
-
-QString letterFromMap(const DeviceProperties& device, const WindowsDrives& drivesMap, QString& runningLetter)
-{
-    const QString uuid = device.text("IdUuid");
-    if (uuid.isEmpty()) {
+    const QString type = device.text("IdType");
+    const QString deviceFile = device.text("DeviceFile");
+    if (StopRequest::isMade()) {
         return {};
     }
-    const QString key = DriveLetters::matchKey(device.text("IdType"), uuid);
-    return key.isEmpty() ? QString() : DriveLetters::fromMap(drivesMap.partitions(), key, runningLetter);
-}
-
-QString letterByItself(const DeviceProperties& device, const MountDirectory& temporary, const QDir& finalRoot,
-                       QString& runningLetter)
-{
-    const bool isSystem = DriveLetters::isSystemLabel(device.text("IdLabel"));
-    if (isSystem && !QDir(temporary.path()).exists(QStringLiteral("Windows"))) {
-        return QStringLiteral("system-reserved");
-    }
-    return DriveLetters::nextFree(runningLetter,
-                                  [&](const QString& letter) { return finalRoot.exists(letter); });
+    return MountPolicy::isNtfs(type) ? NtfsDriver::remount(deviceFile, path, options)
+                                     : KernelDriver::remount(deviceFile, path, options);
 }
 
 /// A symbolic link can come from a medium that lies over the root, and would lead out of it.
@@ -126,10 +79,7 @@ DriveManager::~DriveManager()
 void DriveManager::startUp()
 {
     VORNA_TRACE();
-    WindowsDrives drivesMap;
-    const bool hasMap = drivesMap.drivesIniExist();
-    const QDir finalRoot(_s_sRoot);
-    QString runningLetter = QStringLiteral("C:");
+    LetterArrangement letters(_temporary, _final);
     for (const QDBusObjectPath& path : qAsConst(_lstPartitions)) {
         if (StopRequest::isMade()) {
             return;
@@ -139,23 +89,9 @@ void DriveManager::startUp()
         if (device.list("DeviceMountPaths").isEmpty()) {
             continue;
         }
-        QString letter = hasMap ? letterFromMap(device, drivesMap, runningLetter) : QString();
-        const MountDirectory temporary = MountPolicy::directoryForNode(_s_sTemp, device.text("DeviceFile"));
-        if (letter.isEmpty()) {
-            letter = letterByItself(device, temporary, finalRoot, runningLetter);
-        }
-        if (StopRequest::isMade()) {
-            return;
-        }
-        const MountDirectory target = MountPolicy::directoryForLabel(_s_sRoot, letter);
-        if (!move(temporary, target)) {
-            continue;
-        }
-        // Kept: "%2" without a "%1"; the framework fills it all the same.
-        LogText::debug(QStringLiteral("--move  ->  %2").arg(letter));
-        removeTemporaryDirectory(device.text("DeviceFile"));
-        if (MountPolicy::isNtfs(device.text("IdType"))) {
-            remountPath(target.path(), QString());
+        const QString directory = letters.arrange(device);
+        if (!directory.isEmpty() && MountPolicy::isNtfs(device.text("IdType"))) {
+            remountPath(directory, QString());
         }
     }
 }
@@ -166,7 +102,7 @@ QString DriveManager::remountPath(const QString& path, const QString& options)
     for (const QDBusObjectPath& partition : qAsConst(_lstPartitions)) {
         const DeviceProperties device(partition);
         if (device.list("DeviceMountPaths").contains(path)) {
-            return Remount::carryOut({device.text("IdType"), device.text("DeviceFile"), path, options});
+            return remount(device, path, options);
         }
         if (StopRequest::isMade()) {
             return {};
@@ -190,28 +126,8 @@ void DriveManager::_slot_addDevice(const QDBusObjectPath& path)
     LogText::debug(QStringLiteral("Device to add: %1").arg(path.path()));
     const DeviceProperties device(path);
     const QString type = device.text("IdType");
-    if (!MountPolicy::isMountable(type)) {
-        return;
-    }
-    const bool external = device.isExternal();
-    const QString deviceFile = device.text("DeviceFile");
-    const MountDirectory directory = external ? MountPolicy::directoryForLabel(_s_sRoot, device.labelOrUuid())
-                                              : MountPolicy::directoryForNode(_s_sTemp, deviceFile);
-    if (StopRequest::isMade()) {
-        return;
-    }
-    if (const int error = refusal(directory)) {
-        reportFailedMount({-1, error});
-        return;
-    }
-    (external ? _final : _temporary).makeDirectory(directory.path());
-    // Kept: an NTFS file system is never entered in the table, so that pulling it leaves it mounted until the
-    // end.
-    const bool ntfs = MountPolicy::isNtfs(type);
-    const bool mounted =
-        ntfs ? mountNtfs(deviceFile, directory.path()) : mountByKernel(deviceFile, directory.path(), type);
-    if (mounted && external && !ntfs) {
-        _mapMounted.insert(device.path(), directory.path());
+    if (MountPolicy::isMountable(type)) {
+        mount(device, type);
     }
 }
 
@@ -234,23 +150,25 @@ void DriveManager::_slot_removeDevice(const QDBusObjectPath& path)
     _mapMounted.erase(entry);
 }
 
-bool DriveManager::move(const MountDirectory& from, const MountDirectory& to)
+void DriveManager::mount(const DeviceProperties& device, const QString& type)
 {
-    if (from.name.isEmpty() || refusal(from) != 0 || refusal(to) != 0) {
-        return false;
+    const bool isExternal = device.isExternal();
+    const QString deviceFile = device.text("DeviceFile");
+    const MountDirectory directory = isExternal ? MountDirectory::forLabel(_final, device.labelOrUuid())
+                                                : MountDirectory::forNode(_temporary, deviceFile);
+    if (StopRequest::isMade()) {
+        return;
     }
-    _final.makeDirectory(to.path());
-    if (MountCalls::moveMount(from.path(), to.path()).succeeded()) {
-        return true;
+    if (const int error = directory.refusal()) {
+        KernelDriver::reportFailedMount(error);
+        return;
     }
-    _final.removeDirectory(to.path());
-    return false;
-}
-
-void DriveManager::removeTemporaryDirectory(const QString& deviceFile)
-{
-    const MountDirectory temporary = MountPolicy::directoryForNode(_s_sTemp, deviceFile);
-    if (temporary.isAllowed) {
-        _temporary.removeDirectory(temporary.path());
+    directory.create();
+    // Kept: an NTFS file system is never entered in the table, so that pulling it leaves it mounted until the
+    // end.
+    if (MountPolicy::isNtfs(type)) {
+        NtfsDriver::mount(deviceFile, directory.path());
+    } else if (KernelDriver::mount(deviceFile, directory.path(), type) && isExternal) {
+        _mapMounted.insert(device.path(), directory.path());
     }
 }

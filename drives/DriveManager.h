@@ -7,8 +7,9 @@
 #include <QString>
 
 #include "QDBusUDisksProxy.h"
-#include "drives/MountPolicy.h"
 #include "drives/MountRoot.h"
+
+class DeviceProperties;
 
 /// Owns the machine's mounted file systems: mounts what UDisks reports, gives the partitions of the machine's
 /// own disks their Windows drive letters, remounts on request and takes everything down at the end.
@@ -34,7 +35,7 @@ public:
 
     /// Mounts the file system at `path`, one of a partition that was present at the start, again with
     /// `options` (comma-separated). Returns "DONE ...", "WARNING ..." or "ERROR ..."; the empty text when the
-    /// NTFS driver refused the options: the log then tells whether the file system is mounted read-only or
+    /// NTFS driver refused the options: the log then holds whether the file system is mounted read-only or
     /// not at all.
     QString remountPath(const QString& path, const QString& options);
 
@@ -49,10 +50,7 @@ private Q_SLOTS:
 private:
     DriveManager();
 
-    /// Moves the mount at `from` to `to`; whether it now stands there. Kept: a failure is silent, and the
-    /// partition stays where it is.
-    bool move(const MountPolicy::MountDirectory& from, const MountPolicy::MountDirectory& to);
-    void removeTemporaryDirectory(const QString& deviceFile);
+    void mount(const DeviceProperties& device, const QString& type);
 
     static QDBusUDisksProxy _s_udisks;
     static const QString _s_sRoot;

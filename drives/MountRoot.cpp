@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QFile>
 
-#include "drives/MountPolicy.h"
 #include "kernel/MountCalls.h"
 #include "log/LogText.h"
 
@@ -12,11 +11,11 @@ namespace {
 constexpr QDir::Filters Directories = QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot;
 
 /// Full paths of the entries of `root` that are directories, in the order in which it lists them.
-QStringList directoriesBelow(const QString& root, QDir::Filters filters = Directories)
+QStringList directoriesBelow(const MountRoot& root, QDir::Filters filters = Directories)
 {
     QStringList result;
-    for (const QString& name : QDir(root).entryList(filters, QDir::Unsorted)) {
-        result += MountPolicy::pathBelow(root, name);
+    for (const QString& name : QDir(root.path()).entryList(filters, QDir::Unsorted)) {
+        result += root.pathOf(name);
     }
     return result;
 }
@@ -49,6 +48,12 @@ void MountRoot::removeDirectory(const QString& directory)
     }
 }
 
+QString MountRoot::pathOf(const QString& name) const
+{
+    // Not the framework's joining of paths: it takes a name that begins with ":" for one of its resources.
+    return name.isEmpty() ? _path : _path + QLatin1Char('/') + name;
+}
+
 void MountRoot::takeDown() const
 {
     if (!uncover()) {
@@ -56,7 +61,7 @@ void MountRoot::takeDown() const
     }
     // Kept: each directory is unmounted once, whoever mounted it, in the order in which the root lists them,
     // and failures are silent. Of several mounts on one directory the lower ones stay.
-    for (const QString& directory : directoriesBelow(_path)) {
+    for (const QString& directory : directoriesBelow(*this)) {
         LogText::debug(directory);
         MountCalls::unmount(directory);
         FileTree::removeDirectory(QFile::encodeName(directory));
@@ -67,7 +72,7 @@ void MountRoot::takeDown() const
 bool MountRoot::uncover() const
 {
     while (isCovered()) {
-        for (const QString& directory : directoriesBelow(_path, Directories | QDir::NoSymLinks)) {
+        for (const QString& directory : directoriesBelow(*this, Directories | QDir::NoSymLinks)) {
             takeDownOnMedium(directory);
         }
         if (!MountCalls::unmount(_path).succeeded()) {

@@ -34,6 +34,8 @@ public:
 
     /// Without a slash at its end.
     QString path() const { return _path; }
+    /// Full path of the entry `name`, whatever the name begins with; of the root itself when it is empty.
+    QString pathOf(const QString& name) const;
 
 private:
     using Place = FileTree::Place;

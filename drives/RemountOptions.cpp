@@ -43,4 +43,9 @@ KernelRemount kernelRemount(const QString& optionArgument)
     return {MountMagic | MountCalls::RemountFlag | MountCalls::ReadOnlyFlag, data};
 }
 
+QString done(const QString& path, const QString& options)
+{
+    return QStringLiteral("DONE remount: [%1] with options: [%2]").arg(path, options);
+}
+
 } // namespace RemountOptions

@@ -2,7 +2,8 @@
 
 #include <QString>
 
-/// How the options of a remount request become an argument, kernel flags and a driver: pure functions.
+/// How the options of a remount request become an argument, kernel flags and a driver, and how its status
+/// names them: pure functions.
 namespace RemountOptions {
 
 /// "-o" followed by the options; empty when there are none.
@@ -21,5 +22,8 @@ struct KernelRemount
 };
 
 KernelRemount kernelRemount(const QString& optionArgument);
+
+/// The status text of a remount that has worked.
+QString done(const QString& path, const QString& options);
 
 } // namespace RemountOptions

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "drives/DriveLetters.h"
+#include "drives/RunningLetter.h"
 #include "log/LogOutput.h"
 #include "log/LogText.h"
 #include "log/Trace.h"
@@ -69,8 +69,7 @@ void findsLetterInMap(benchmark::State& state)
     const QList<WindowsPartition> map = drivesMap(state.range(0));
     const QString key = QString::number(state.range(0), 16);
     while (state.KeepRunning()) {
-        QString runningLetter = QStringLiteral("C:");
-        benchmark::DoNotOptimize(DriveLetters::fromMap(map, key, runningLetter));
+        benchmark::DoNotOptimize(RunningLetter().walk(map, key));
     }
     state.SetComplexityN(state.range(0));
 }

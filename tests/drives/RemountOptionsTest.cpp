@@ -47,4 +47,10 @@ TEST(RemountOptions, ChoosesRepairAndDriverByWordsInTheOptions)
     }
 }
 
+TEST(RemountOptions, NamesPathAndOptionsWhateverTheyHold)
+{
+    EXPECT_EQ(RemountOptions::done(QStringLiteral("/media/%2"), QStringLiteral("%1,ro")),
+              QStringLiteral("DONE remount: [/media/%2] with options: [%1,ro]"));
+}
+
 } // namespace

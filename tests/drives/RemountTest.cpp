@@ -51,38 +51,12 @@ TEST_P(Remount, MakesExactlyTheseCallsAndReportsThemDone)
 INSTANTIATE_TEST_SUITE_P(
     DriveManager, Remount,
     testing::Values(
-        RemountRow{"NtfsWithoutOptions",
-                   "/media/C:",
-                   "",
-                   {"umount(/media/C:)", "system(ntfs-3g /dev/sda2 /media/C: )"}},
         RemountRow{"NtfsReadOnly",
                    "/media/C:",
                    "ro",
                    {"umount(/media/C:)", "system(ntfs-3g /dev/sda2 /media/C: -oro)"}},
-        RemountRow{"NtfsRepaired",
-                   "/media/C:",
-                   "remove_hiberfile",
-                   {"umount(/media/C:)", "system(ntfsfix /dev/sda2)",
-                    "system(ntfs-3g /dev/sda2 /media/C: -oremove_hiberfile)"}},
-        RemountRow{"NtfsIgnoringCaseAndRepaired",
-                   "/media/C:",
-                   "ignore_case,remove_hiberfile",
-                   {"umount(/media/C:)", "system(ntfsfix /dev/sda2)",
-                    "system(lowntfs-3g /dev/sda2 /media/C: -oignore_case,remove_hiberfile)"}},
-        RemountRow{"NtfsWithHostileOptions",
-                   "/media/C:",
-                   "ro;reboot",
-                   {"umount(/media/C:)", "system(ntfs-3g /dev/sda2 /media/C: '-oro;reboot')"}},
-        RemountRow{
-            "KernelReadWrite", "/media/D:", "rw", {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0020, -orw)"}},
         RemountRow{
             "KernelReadOnly", "/media/D:", "ro", {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0021, -oauto)"}},
-        RemountRow{"KernelWordWithTheLetters",
-                   "/media/D:",
-                   "errors=remount-ro",
-                   {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0021, -oerautors=remount-auto)"}},
-        RemountRow{
-            "KernelWithoutOptions", "/media/D:", "", {"mount(/dev/sda1, /media/D:, NULL, 0xc0ed0020, )"}},
         RemountRow{
             "TheFirstOfTwoDevices", "/mnt/both", "", {"mount(/dev/sda1, /mnt/both, NULL, 0xc0ed0020, )"}}),
     [](const auto& row) { return row.param.story; });
@@ -117,13 +91,6 @@ TEST_F(RemountTest, FindsNoPathThatUDisksReportsOtherwise)
     EXPECT_THAT(KernelDoor::calls(), testing::Not(testing::Contains(testing::StartsWith("umount("))));
 }
 
-TEST_F(RemountTest, GoesOnWhenTheUnmountFails)
-{
-    KernelDoor::answer("umount(", -1, EBUSY);
-    LogWatch::expect("\"ERROR umount: [/media/C:] with error: Device or resource busy\" ");
-    EXPECT_EQ(remount("/media/C:", "ro"), done("/media/C:", "ro"));
-}
-
 TEST_F(RemountTest, ReturnsNothingWhenOnlyTheReadOnlyFallbackWorks)
 {
     KernelDoor::answer("system(ntfs-3g /dev", 0x100);
@@ -134,35 +101,11 @@ TEST_F(RemountTest, ReturnsNothingWhenOnlyTheReadOnlyFallbackWorks)
                             "system(ntfs-3g -oro /dev/sda2 /media/C:)"));
 }
 
-TEST_F(RemountTest, ReturnsNothingWhenTheFallbackFailsToo)
-{
-    KernelDoor::answer("system(", -1, EAGAIN);
-    KernelDoor::answer("system(", 0x100);
-    LogWatch::expect("\"WARNING ntfs-3g: 0x-1\" ");
-    LogWatch::expect("\"ERROR ntfs-3g: 0x100\" ");
-    EXPECT_EQ(remount("/media/C:", ""), "");
-}
-
-TEST_F(RemountTest, NamesThePathWhenNoShellCouldBeRunForTheFallback)
-{
-    KernelDoor::answer("system(", 0x100);
-    KernelDoor::answer("system(", -1, ENOMEM);
-    LogWatch::expect("\"WARNING ntfs-3g: 0x100\" ");
-    LogWatch::expect("\"ERROR system: [/media/C:] with error: Cannot allocate memory\" ");
-    EXPECT_EQ(remount("/media/C:", ""), "");
-}
-
 TEST_F(RemountTest, ReportsAndReturnsAFailedKernelRemount)
 {
     KernelDoor::answer("mount(", -1, EINVAL);
     LogWatch::expect("\"ERROR remount: [/media/D:] with error: Invalid argument\" ");
     EXPECT_EQ(remount("/media/D:", "rw"), "ERROR remount: [/media/D:] with error: Invalid argument");
-}
-
-TEST_F(RemountTest, IgnoresTheResultOfTheRepair)
-{
-    KernelDoor::answer("system(ntfsfix", 0x100);
-    EXPECT_EQ(remount("/media/C:", "remove_hiberfile"), done("/media/C:", "remove_hiberfile"));
 }
 
 } // namespace

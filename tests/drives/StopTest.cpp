@@ -4,7 +4,6 @@
 
 #include "drives/DeviceProperties.h"
 #include "drives/DriveManager.h"
-#include "drives/Remount.h"
 #include "process/StopRequest.h"
 #include "tests/support/KernelDoor.h"
 #include "tests/support/LogWatch.h"
@@ -72,16 +71,27 @@ TEST_F(StopTest, NoPropertyIsReadAfterIt)
     EXPECT_EQ(asked, 1);
 }
 
-TEST_F(StopTest, NoRemountBeginsAfterIt)
+class StoppedRemountTest : public StopTest, public testing::WithParamInterface<const char*>
 {
-    StopRequest::make();
-    for (const char* type : {"ntfs", "ext4"}) {
-        EXPECT_EQ(Remount::carryOut({QString::fromLatin1(type), QStringLiteral("/dev/sda1"),
-                                     QStringLiteral("/media/C:"), QStringLiteral("ro")}),
-                  QString());
-    }
+};
+
+TEST_P(StoppedRemountTest, DoesNotBeginWhenItComesDuringTheLastQuestionBefore)
+{
+    const ScriptedUDisks devices({QStringLiteral("sda1")}, [](const QString& property) {
+        if (property == QLatin1String("DeviceFile")) {
+            StopRequest::make();
+        }
+        return property == QLatin1String("IdType") ? QString::fromLatin1(GetParam())
+                                                   : Properties.value(property);
+    });
+    DriveManager* manager = DriveManager::instance();
+    EXPECT_EQ(manager->remountPath(QStringLiteral("/mnt/sda1"), QStringLiteral("ro")), QString());
+    EXPECT_TRUE(StopRequest::isMade());
     EXPECT_THAT(KernelDoor::calls(), IsEmpty());
 }
+
+INSTANTIATE_TEST_SUITE_P(DriveManager, StoppedRemountTest, testing::Values("ntfs", "ext4"),
+                         [](const auto& type) { return std::string(type.param); });
 
 TEST_F(StopTest, NoDeviceIsAskedAboutOrShownWhenItComesWhileTheyAreListed)
 {

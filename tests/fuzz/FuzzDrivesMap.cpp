@@ -8,8 +8,8 @@
 #include <QFile>
 #include <QSettings>
 
-#include "drives/DriveLetters.h"
 #include "drives/DrivesMap.h"
+#include "drives/RunningLetter.h"
 #include "tests/fuzz/Require.h"
 
 /// Any bytes are a drives map: it is copied, read, and walked in search of a letter.
@@ -32,10 +32,10 @@ void checkPartitions(const QList<WindowsPartition>& partitions)
 
 void checkWalk(const QList<WindowsPartition>& partitions)
 {
-    QString runningLetter = QStringLiteral("C:");
-    DriveLetters::fromMap(partitions, QStringLiteral("2A"), runningLetter);
-    require(runningLetter.size() == 2 && runningLetter.at(1) == QLatin1Char(':'),
-            "only the first character changes");
+    RunningLetter runningLetter;
+    runningLetter.walk(partitions, QStringLiteral("2A"));
+    const QString letter = runningLetter.nextFree([](const QString&) { return false; });
+    require(letter.size() == 2 && letter.at(1) == QLatin1Char(':'), "only the first character changes");
 }
 
 } // namespace
