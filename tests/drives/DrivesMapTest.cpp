@@ -1,5 +1,8 @@
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+
+#include <sys/resource.h>
 
 #include <gmock/gmock.h>
 
@@ -11,6 +14,30 @@
 namespace fs = std::filesystem;
 
 namespace {
+
+/// As long as it lives, this process writes no file beyond `bytes`.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+        : _handler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &_before);
+        const rlimit lower = {bytes, _before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &lower);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &_before);
+        std::signal(SIGXFSZ, _handler);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    void (*_handler)(int);
+    rlimit _before = {};
+};
 
 class DrivesMapTest : public testing::Test
 {
@@ -134,6 +161,23 @@ TEST_F(DrivesMapTest, ReplacesAnEarlierCopy)
     write("copy", "a longer earlier copy");
     DrivesMap::replace(QString::fromStdString(path("copy")), "new");
     EXPECT_EQ(bytes("copy"), QByteArray("new"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(DrivesMapTest, MayBeReadByEveryoneInItsCopy)
+{
+    DrivesMap::replace(QString::fromStdString(path("copy")), "new");
+    EXPECT_EQ(fs::status(path("copy")).permissions(), fs::perms(0644));
+}
+
+TEST_F(DrivesMapTest, LeavesTheEarlierCopyWhenItCannotBeWrittenAsAWhole)
+{
+    write("copy", "earlier");
+    {
+        const FileSizeLimit nearlyFull(2);
+        DrivesMap::replace(QString::fromStdString(path("copy")), "new");
+    }
+    EXPECT_EQ(bytes("copy"), QByteArray("earlier"));
     EXPECT_EQ(std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator()), 1);
 }
 

@@ -75,6 +75,7 @@ TEST_F(MountDirectoryTest, LosesTheDevicePrefixByPositionWhenItIsNamedAfterANode
 {
     EXPECT_EQ(forNode("/dev/sda1").path().toStdString(), below("/sda1"));
     EXPECT_EQ(forNode("/deX/sda1").path().toStdString(), below("/sda1"));
+    EXPECT_EQ(forNode("/x/sda1").path().toStdString(), below("/a1"));
     EXPECT_EQ(forNode("abc").path().toStdString(), below(""));
     EXPECT_EQ(forNode("").path().toStdString(), below(""));
 }

@@ -38,6 +38,7 @@ TEST(RemountOptions, ChoosesRepairAndDriverByWordsInTheOptions)
     for (const NtfsRow& row : {NtfsRow{"", false, "ntfs-3g"},
                                {"ro", false, "ntfs-3g"},
                                {"remove_hiberfile", true, "ntfs-3g"},
+                               {"hiberfile,remove,ignore,case", false, "ntfs-3g"},
                                {"ignore_case", false, "lowntfs-3g"},
                                {"ignore_case,remove_hiberfile", true, "lowntfs-3g"},
                                {"IGNORE_CASE", false, "ntfs-3g"}}) {

@@ -42,6 +42,7 @@ TEST(RunningLetter, WalksTheMapUpToTheMatchAndAdvancesByItsOrder)
              {"upper and lower case digits", {record(0x1234ABCD, "Q:")}, "1234abCD", "Q:", "C:"},
              {"the first of several letters", {record(7, "E:;F:")}, "7", "E:", "C:"},
              {"only the first letter advances", {record(7, "E:;C:")}, "7", "E:", "C:"},
+             {"only a letter's first character counts", {record(7, "Cx")}, "7", "Cx", "D:"},
              {"a record without letters is skipped", {record(7, ""), record(7, "G:")}, "7", "G:", "C:"},
              {"no number equals a record without an id", {record(0, "H:")}, "xyz", "H:", "C:"},
              {"two records with one id", {record(5, "I:"), record(5, "J:")}, "5", "I:", "C:"},

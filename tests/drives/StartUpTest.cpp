@@ -103,7 +103,10 @@ struct OrderRow
 {
     const char* story;
     bool isInternal;
-    const char* questions;
+    bool hasMap;
+    const char* uuid;
+    const char* toMount;
+    const char* forTheMap;
 };
 
 class QuestionsTest : public StartUpTest, public testing::WithParamInterface<OrderRow>
@@ -113,16 +116,21 @@ class QuestionsTest : public StartUpTest, public testing::WithParamInterface<Ord
 TEST_P(QuestionsTest, AreAskedWhenTheAnswerIsNeededAndInThisOrder)
 {
     LogWatch::begin(Vorna::Warning);
-    writeMap("[disk]\nPartition1=[1234ABCD]C:\n");
+    if (GetParam().hasMap) {
+        writeMap("[disk]\nPartition1=[1234ABCD]C:\n");
+    } else {
+        LogWatch::expect("Drives file NOT found! ");
+    }
     const QMap<QString, QVariant> properties = {
         {QStringLiteral("DeviceFile"), QStringLiteral("/dev/sda1")},
         {QStringLiteral("DeviceIsPartition"), true},
         {QStringLiteral("DeviceIsSystemInternal"), GetParam().isInternal},
         {QStringLiteral("DeviceMajor"), qlonglong{8}},
-        {QStringLiteral("DeviceMountPaths"), QStringList(QStringLiteral("/media/D:"))},
+        {QStringLiteral("DeviceMountPaths"),
+         QStringList({QStringLiteral("/media/C:"), QStringLiteral("/media/D:")})},
         {QStringLiteral("IdType"), QStringLiteral("ntfs")},
         {QStringLiteral("IdUsage"), QStringLiteral("filesystem")},
-        {QStringLiteral("IdUuid"), QStringLiteral("01D2A3B4C5D6E7F8")},
+        {QStringLiteral("IdUuid"), QString::fromLatin1(GetParam().uuid)},
     };
     QStringList asked;
     const ScriptedUDisks devices({QStringLiteral("sda1")}, [&](const QString& property) {
@@ -130,21 +138,22 @@ TEST_P(QuestionsTest, AreAskedWhenTheAnswerIsNeededAndInThisOrder)
         return properties.value(property);
     });
     DriveManager::instance()->startUp();
-    EXPECT_EQ(asked.join(QLatin1Char(' ')).toStdString(), GetParam().questions);
+    EXPECT_EQ(asked.join(QLatin1Char(' ')).toStdString(),
+              std::string("DeviceMajor DeviceIsPartition ") + GetParam().toMount + " DeviceMountPaths " +
+                  GetParam().forTheMap +
+                  "DeviceFile IdLabel DeviceFile IdType DeviceMountPaths IdType DeviceFile");
 }
 
 INSTANTIATE_TEST_SUITE_P(
     DriveManager, QuestionsTest,
-    testing::Values(OrderRow{"Internal", true,
-                             "DeviceMajor DeviceIsPartition "
-                             "IdType DeviceIsSystemInternal DeviceFile "
-                             "DeviceMountPaths IdUuid IdType DeviceFile IdLabel DeviceFile IdType "
-                             "DeviceMountPaths IdType DeviceFile"},
-                    OrderRow{"External", false,
-                             "DeviceMajor DeviceIsPartition "
-                             "IdType DeviceIsSystemInternal IdUsage DeviceFile IdLabel IdUuid "
-                             "DeviceMountPaths IdUuid IdType DeviceFile IdLabel DeviceFile IdType "
-                             "DeviceMountPaths IdType DeviceFile"}),
+    testing::Values(
+        OrderRow{"Internal", true, true, "01D2A3B4C5D6E7F8", "IdType DeviceIsSystemInternal DeviceFile",
+                 "IdUuid IdType "},
+        OrderRow{"External", false, true, "01D2A3B4C5D6E7F8",
+                 "IdType DeviceIsSystemInternal IdUsage DeviceFile IdLabel IdUuid", "IdUuid IdType "},
+        OrderRow{"WithoutUuid", true, true, "", "IdType DeviceIsSystemInternal DeviceFile", "IdUuid "},
+        OrderRow{"WithoutMap", true, false, "01D2A3B4C5D6E7F8", "IdType DeviceIsSystemInternal DeviceFile",
+                 ""}),
     [](const auto& row) { return row.param.story; });
 
 TEST_F(StartUpTest, EndsWhenAStopWasAskedFor)
@@ -155,6 +164,7 @@ TEST_F(StartUpTest, EndsWhenAStopWasAskedFor)
     LogWatch::expect("Drives file NOT found! ");
     manager->startUp();
     EXPECT_THAT(KernelDoor::calls(), IsEmpty());
+    EXPECT_THAT(LogWatch::messages(7), Not(Contains(StartsWith("\"Device to add"))));
 }
 
 } // namespace
