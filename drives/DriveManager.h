@@ -50,6 +50,7 @@ private Q_SLOTS:
 private:
     DriveManager();
 
+    /// Mounts a device of a mountable type below the root that it belongs to.
     void mount(const DeviceProperties& device, const QString& type);
 
     static QDBusUDisksProxy _s_udisks;
