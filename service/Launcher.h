@@ -3,7 +3,7 @@
 #include <QStringList>
 
 /// The pid file decides in which of its two roles the program runs: without one it only launches the service,
-/// with one it is the service. Kept: nobody looks whether the process that a pid file names is alive.
+/// with one it is the service. Kept: nobody checks whether the process that a pid file names is alive.
 namespace Launcher {
 
 /// Whether there is no pid file.
