@@ -22,6 +22,10 @@ function words(list,    text) {
     return text
 }
 
+function is_word_of(word, list) {
+    return index(", " list ",", ", " word ",")
+}
+
 # --- the list of rooms ----------------------------------------------------------------------------
 
 FNR == 1 { reads_rooms = NR == 1 }
@@ -34,6 +38,7 @@ reads_rooms {
     list = $0
     sub(/^[^:]*:/, "", list)
     if (name == "programs") programs = words(list)
+    else if (name == "split") split_rooms = words(list)
     else if (sub(/^only /, "", name)) reserve(name, list)
     else admit(name, list)
     next
@@ -63,7 +68,7 @@ FNR == 1 {
     sub(/\..*/, "", class)
     is_cmake = FILENAME ~ /CMakeLists\.txt$/
     if (!is_cmake && !(room in is_room)) complain("every folder of the product is a room of the list", room)
-    if (FILENAME ~ /\.cpp$/ && !(room in first_source)) first_source[room] = FILENAME
+    if (is_library_source(FILENAME) && !(room in first_source)) first_source[room] = FILENAME
 }
 
 is_cmake { check_cmake($0); next }
@@ -76,6 +81,10 @@ is_cmake { check_cmake($0); next }
     sub(/\/\/.*/, "", code)
     check_doors(code)
     check_trace(code)
+}
+
+function is_library_source(file) {
+    return file ~ /\.cpp$/ && file !~ /\/main\.cpp$/
 }
 
 function quoted(line) {
@@ -129,7 +138,7 @@ function check_cmake(line) {
     sub(/#.*/, "", line)
     if (match(line, /[^ (]*\/[^ )]*\.(cpp|h)/)) check_source(substr(line, RSTART, RLENGTH))
     if (line ~ /add_library\(/) count_library()
-    if (line ~ /add_executable\(/ && !index(", " programs ",", ", " room ","))
+    if (line ~ /add_executable\(/ && !is_word_of(room, programs))
         complain("a program is built in its own folder, which is one of " programs, FILENAME)
 }
 
@@ -142,7 +151,8 @@ function check_source(source) {
 
 function count_library() {
     libraries[room]++
-    if (libraries[room] > 1 && room != "kernel") complain("one library per room, except for kernel", FILENAME)
+    if (libraries[room] > 1 && !is_word_of(room, split_rooms))
+        complain("one library per room, except for " split_rooms, FILENAME)
 }
 
 FILENAME ~ /CMakeLists\.txt$/ && FNR == 1 { has_cmake[room] }
