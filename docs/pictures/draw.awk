@@ -6,6 +6,7 @@
 #   row X Y W COLOUR|title|subtitle        a volume or a directory, with a mark of its colour
 #   program X Y W H LINE|name|line|...     a program and, from LINE on, what it does
 #   room X Y W H|name|class|...            a room of the house and what is in it, in columns of its width
+#   part X Y|room|job|class|...            some classes of a room, below the job that they have in common
 #   floor Y H|name                         a floor of the house, over the whole width
 #   flow COLOUR X1 Y1 X2 Y2 ...            a volume's way over these points, each bend a curve from left to right
 #   arrow X1 Y1 X2 Y2 ...                  an arrow over these points
@@ -37,6 +38,7 @@ word[1] == "card" { card(word[2], word[3], word[4], word[5]) }
 word[1] == "row" { row(word[2], word[3], word[4], colour[word[5]]) }
 word[1] == "program" { program(word[2], word[3], word[4], word[5], word[6]) }
 word[1] == "room" { room(word[2], word[3], word[4], word[5]) }
+word[1] == "part" { part(word[2], word[3]) }
 word[1] == "floor" { floor(word[2], word[3]) }
 word[1] == "flow" { flow(colour[word[2]]) }
 word[1] == "arrow" { arrow() }
@@ -89,6 +91,7 @@ function print_style() {
     print ".small { font-size: 12.5px; fill: #a9bbdc }"
     print ".does { font-size: 14px; fill: #d3def3 }"
     print ".class { font-size: 12.5px; font-family: " MONO "; fill: #d3def3 }"
+    print ".job { font-size: 12.5px; font-style: italic; fill: #8fb4f5 }"
     print ".note { font-size: 13px; fill: #a9bbdc }"
     print ".storey { font-size: 13px; fill: #8397bf; font-style: italic }"
     print ".typed { font-size: 14px; font-family: " MONO " }"
@@ -134,6 +137,11 @@ function room(x, y, w, h,    i, longest, columns, at) {
         at = i - 3
         write(x + 14 + (at % columns) * int((w - 14) / columns), y + 47 + int(at / columns) * 19, "class", "start", text[i])
     }
+}
+
+function part(x, y,    i) {
+    write(x, y, "job", "start", text[3])
+    for (i = 4; i <= texts; i++) write(x, y + (i - 3) * 19, "class", "start", text[i])
 }
 
 function floor(y, h) {
