@@ -67,6 +67,7 @@ FNR == 1 {
     sub(/.*\//, "", class)
     sub(/\..*/, "", class)
     is_cmake = FILENAME ~ /CMakeLists\.txt$/
+    if (is_cmake) has_cmake[room]
     if (!is_cmake && !(room in is_room)) complain("every folder of the product is a room of the list", room)
     if (is_library_source(FILENAME) && !(room in first_source)) first_source[room] = FILENAME
 }
@@ -136,10 +137,16 @@ function owner(operation) {
 
 function check_cmake(line) {
     sub(/#.*/, "", line)
-    if (match(line, /[^ (]*\/[^ )]*\.(cpp|h)/)) check_source(substr(line, RSTART, RLENGTH))
+    check_words(line)
     if (line ~ /add_library\(/) count_library()
     if (line ~ /add_executable\(/ && !is_word_of(room, programs))
         complain("a program is built in its own folder, which is one of " programs, FILENAME)
+}
+
+function check_words(line,    i, count, word) {
+    gsub(/[()]/, " ", line)
+    count = split(line, word, " ")
+    for (i = 1; i <= count; i++) if (word[i] ~ /\/.*\.(cpp|h)$/) check_source(word[i])
 }
 
 # A source in a folder below is a source of this folder, unless that one has a CMake file of its own.
@@ -155,8 +162,6 @@ function count_library() {
         complain("one library per room, except for " split_rooms, FILENAME)
 }
 
-FILENAME ~ /CMakeLists\.txt$/ && FNR == 1 { has_cmake[room] }
-
 END {
     check_sources()
     check_libraries()
@@ -168,7 +173,7 @@ function check_sources(    i, folder) {
     for (i = 1; i <= names; i++) {
         folder = room_of(named_in[i])
         folder = (folder == "" ? "" : folder "/") room_of(named[i])
-        if (named[i] ~ /\.\.\/|\$/ || room_of(named_in[i]) == "" || folder in has_cmake)
+        if (named[i] ~ /\.\.\/|\$/ || folder in has_cmake)
             report(named_in[i], named_at[i], "a CMake file names no source of another folder", named[i])
     }
 }
