@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-/// The bytes of the log are fixed: people and scripts read them. A string value stands between double quotes
+/// The bytes of the log are fixed: users and scripts read them. A string value stands between double quotes
 /// and is followed by one blank; so is a plain literal. The framework's own stream would drop the last blank
 /// and escape quotes and backslashes, so everything that logs goes through these functions.
 ///
