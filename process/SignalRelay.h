@@ -8,7 +8,7 @@ class QSocketNotifier;
 ///
 /// The handler does two things only: it makes the stop request (StopRequest.h) and writes the signal's number
 /// into a pipe. The event loop of the thread that made this object then emits `caught`. A signal that arrives
-/// before the loop runs waits in the pipe and is served when it starts. One object a process.
+/// before the loop runs waits in the pipe and is served when it starts. One object per process.
 class SignalRelay : public QObject
 {
     Q_OBJECT

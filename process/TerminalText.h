@@ -11,8 +11,8 @@ namespace TerminalText {
 /// written so.
 std::string harmless(const std::string& text);
 
-/// How many columns `text`, in UTF-8 and harmless, takes. Needs a locale with UTF-8 characters; without it
-/// each character outside ASCII counts as one.
+/// The number of columns that `text`, in UTF-8 and harmless, takes. Needs a locale with UTF-8 characters;
+/// without it each character outside ASCII counts as one.
 std::size_t columns(const std::string& text);
 
 } // namespace TerminalText
