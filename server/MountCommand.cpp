@@ -103,7 +103,7 @@ void MountCommand::parseArguments(const QString& text)
 }
 
 /// "key" or "key=value". Kept: only the item as a whole is trimmed, and pieces after the second are dropped.
-/// An item without any piece is passed over.
+/// An item without any piece is skipped.
 void MountCommand::parseArgument(const QString& item)
 {
     const QStringList pieces = item.split(_s_delimKeyVal, Qt::SkipEmptyParts);

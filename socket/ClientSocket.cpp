@@ -18,7 +18,7 @@ ClientSocket::~ClientSocket() = default;
 
 void ClientSocket::connectUnix(const std::string& path)
 {
-    // Kept: unlike `connect`, this reports nothing; the first transfer tells.
+    // Kept: unlike `connect`, this reports nothing; the first transfer does.
     connectPath(path);
 }
 

@@ -69,7 +69,7 @@ public:
     std::vector<std::string> getIPs(const std::string& host);
 
 protected:
-    int domain = AF_UNSPEC; ///< address family; stays unspecified when nothing tells it
+    int domain = AF_UNSPEC; ///< address family; stays unspecified when nothing names it
     int fd = -1;
 };
 

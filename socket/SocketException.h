@@ -48,7 +48,7 @@ protected:
     using Exception::Exception;
 };
 
-/// The descriptor is none that an operation works on. The message is the descriptor in parentheses.
+/// No operation works on this descriptor. The message is the descriptor in parentheses.
 class EInvalidSocket : public SocketException
 {
 public:
