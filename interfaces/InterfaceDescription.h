@@ -17,7 +17,8 @@ public:
     static const InterfaceDescription& machine();
     /// An object without an interface of its own has this one, which has no name.
     static const InterfaceDescription& none();
-    /// What the bus defines for every object: "org.freedesktop.DBus.Properties", "...Introspectable" and
+    /// The interfaces that the bus defines for every object: "org.freedesktop.DBus.Properties",
+    /// "...Introspectable" and
     /// "...Peer".
     static const InterfaceDescription& standardProperties();
     static const InterfaceDescription& standardIntrospectable();

@@ -16,7 +16,7 @@ bool isKnownType(const QString& signature);
 QVariant empty(const QString& signature);
 
 /// The value that `text` writes, in the exact type. In a text, %XX stands for the byte with that hexadecimal
-/// number; the items of a list are separated by commas. Nothing if the text is no value of the type.
+/// number; the items of a list are separated by commas. Nothing if the text is not a value of the type.
 std::optional<QVariant> parse(const QString& signature, const QByteArray& text);
 
 } // namespace PropertyValue
