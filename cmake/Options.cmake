@@ -1,4 +1,4 @@
-# What every target of this project is compiled with.
+# The compiler's options for every target of this project.
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
