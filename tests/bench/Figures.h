@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// Figures as people read them. Times are in milliseconds.
+/// Figures in the form for readers. Times are in milliseconds.
 namespace Figures {
 
 using Clock = std::chrono::steady_clock;

@@ -62,7 +62,7 @@ void weigh(const Program& program)
 
 } // namespace
 
-/// The service looks at its command socket ten times a second; the provider sleeps.
+/// The service polls its command socket ten times per second; the provider sleeps.
 void Topics::idle()
 {
     TestMachine machine(Devices);

@@ -1,4 +1,4 @@
-// What single functions cost, without any bus, kernel or file.
+// The cost of single functions, without any bus, kernel or file.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>

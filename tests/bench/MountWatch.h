@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-/// Waits for mounts to come and go. The kernel tells of every change, so nothing is asked
+/// Waits for mounts to come and go. The kernel reports every change, so nothing is asked
 /// in between, and whoever mounts is not disturbed.
 class MountWatch
 {

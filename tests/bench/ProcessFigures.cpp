@@ -21,7 +21,7 @@ int value(const std::string& text, const std::string& key)
 {
     const std::size_t at = text.find("\n" + key + ":");
     if (at == std::string::npos) {
-        throw std::runtime_error("the kernel tells no " + key);
+        throw std::runtime_error("the kernel does not report " + key);
     }
     int result = 0;
     std::istringstream(text.substr(at + key.size() + 2)) >> result;

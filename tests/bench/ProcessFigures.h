@@ -5,7 +5,7 @@
 
 #include <sys/types.h>
 
-/// What the kernel tells of a running process.
+/// The kernel's figures of a running process.
 namespace ProcessFigures {
 
 struct Memory

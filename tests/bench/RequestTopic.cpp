@@ -153,7 +153,8 @@ Figures::Row row(const std::string& when, const State& state)
             text(state.descriptors)};
 }
 
-/// A page that is touched for the first time now and then is no growth; a few bytes a request are.
+/// A page that is touched for the first time now and then does not count as growth; a few bytes per request
+/// do.
 void requireNoGrowth(const State& before, const State& after)
 {
     if (after.descriptors > before.descriptors) {

@@ -42,7 +42,7 @@ struct Level
 const Level Ordinary = {"default level", {}, "ask", 2 + 3 + 5};
 const Level Debug = {"log=7", {"log=7"}, "ask-all", 20 + 2 + 3 + 5};
 
-/// What was measured with one number of partitions at one level.
+/// The measurements with one number of partitions at one level.
 struct Figure
 {
     int devices = 0;

@@ -8,7 +8,7 @@ namespace Topics {
 void startUp();
 /// From DeviceAdded to mounted.
 void plug();
-/// What the service costs while nothing happens.
+/// The cost of the service while nothing happens.
 void idle();
 /// From request to reply.
 void requests();

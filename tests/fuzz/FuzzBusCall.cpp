@@ -27,7 +27,7 @@ namespace {
 constexpr const char* Machine = "[sda1]\nIdLabel = DATA\nIdUuid:missing =\nDeviceMajor:u = 8\n[md_d0]\n"
                                 "[stick]\nNode = sdb1\nPlugged = false\n";
 
-/// What is left of the input, line by line.
+/// The rest of the input, line by line.
 class Lines
 {
 public:

@@ -5,7 +5,7 @@
 #include "server/MountCommand.h"
 #include "tests/fuzz/Require.h"
 
-/// Any bytes are a request. What was parsed can be formatted, and the line is understood again.
+/// Any bytes are a request. A parsed request can be formatted, and the line is understood again.
 namespace {
 
 void checkArguments(const MountCommand& command)

@@ -215,7 +215,7 @@ protected:
         return std::chrono::duration_cast<std::chrono::milliseconds>(taken).count();
     }
 
-    /// What the classes that serve a request have traced since the log began: "File.cpp function".
+    /// The traces of the classes that serve a request, since the log began: "File.cpp function".
     static std::vector<std::string> traced(const std::vector<std::string>& sources)
     {
         std::vector<std::string> result;

@@ -44,7 +44,7 @@ public:
         EXPECT_EQ(write(peer(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
 
-    /// What has arrived at the other side, without waiting.
+    /// The bytes that have arrived at the other side, without waiting.
     std::string arrived() const
     {
         std::string bytes(std::size_t{1} << 20U, '\0');
@@ -86,7 +86,7 @@ private:
     std::filesystem::path _before;
 };
 
-/// What `operation` throws, as "name: message"; empty when it throws nothing.
+/// The exception of `operation`, as "name: message"; empty when it throws nothing.
 template<typename Operation>
 std::string failureOf(Operation operation)
 {

@@ -6,7 +6,7 @@
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryDirectory.h"
 
-/// What a client of UDisks sends over the system bus, seen by a monitor of the bus.
+/// The messages of a client of UDisks on the system bus, seen by a monitor of the bus.
 class BusTraffic
 {
 public:

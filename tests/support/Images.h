@@ -7,7 +7,7 @@
 /// the tool's own words when an image cannot be made.
 namespace Images {
 
-/// What a file system holds: "Windows/" is a directory, "Windows/notes.txt" a file that contains its own
+/// The content of a file system: "Windows/" is a directory, "Windows/notes.txt" a file that contains its own
 /// path. Parents come before what is in them.
 using Entries = std::vector<std::string>;
 
@@ -27,7 +27,7 @@ void hibernate(const std::string& image);
 /// Mounts an image of a file system that the kernel or a mount helper knows.
 void mount(const std::string& image, const std::string& directory);
 
-/// A number that tells two contents of an image apart.
+/// A number that distinguishes two contents of an image.
 std::string checksum(const std::string& image);
 
 } // namespace Images

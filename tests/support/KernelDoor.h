@@ -16,7 +16,7 @@ void reset();
 /// /mnt/sda1)`.
 std::vector<std::string> calls();
 
-/// What the next call that begins with `call` (as recorded) returns, and the errno it leaves. Answers to the
+/// The result of the next call that begins with `call` (as recorded), and the errno it leaves. Answers to the
 /// same call are used up in order; without one, a call returns 0.
 void answer(const std::string& call, int result, int error = 0);
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// What the kernel says is mounted, from the bottom of each stack to its top.
+/// The kernel's mounts, from the bottom of each stack to its top.
 namespace KernelMounts {
 
 struct Mount

@@ -19,7 +19,7 @@ public:
     static const char* const EverythingIsPermitted;
 
     /// `rules` are elements of the bus's configuration. Throws std::runtime_error when no bus comes up
-    /// (isAvailable tells beforehand).
+    /// (isAvailable says so beforehand).
     explicit PrivateBus(const std::string& rules = EverythingIsPermitted);
     ~PrivateBus();
     PrivateBus(const PrivateBus&) = delete;

@@ -32,7 +32,7 @@ public:
     /// Its exit status, 128 plus the number of the signal that ended it, or nothing if it still runs after
     /// `bound`.
     std::optional<int> waitForEnd(std::chrono::milliseconds bound = std::chrono::seconds(5));
-    /// What it has written so far.
+    /// Its output so far.
     std::string output() const;
 
 private:
@@ -41,7 +41,7 @@ private:
     std::optional<int> _status;
 };
 
-/// What became of a program that ran to its end.
+/// The output and status of a program that ran to its end.
 struct ProcessResult
 {
     std::optional<int> status; ///< nothing: it was ended because it took longer than the bound

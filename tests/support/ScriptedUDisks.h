@@ -7,7 +7,7 @@
 #include <QThread>
 #include <QVariant>
 
-/// A UDisks whose answers a test makes up while they are asked for, so that something can happen between two
+/// A UDisks whose answers a test scripts while they are asked for, so that something can happen between two
 /// questions. It owns the bus name "org.freedesktop.UDisks" on the system bus that DBUS_SYSTEM_BUS_ADDRESS
 /// names, on a connection and in a thread of its own, until the object goes.
 class ScriptedUDisks

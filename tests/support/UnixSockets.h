@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// What the kernel tells of the Unix-domain sockets of this network namespace. Nobody connects to find out: a
+/// The kernel's view of the Unix-domain sockets of this network namespace. Nobody connects to find out: a
 /// client that leaves without a request ends the service.
 namespace UnixSockets {
 

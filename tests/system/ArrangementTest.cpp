@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// What the log tells at debug level, without the dump of the devices.
+/// The log's messages at debug level, without the dump of the devices.
 std::vector<std::string> story()
 {
     std::vector<std::string> result;

@@ -2,7 +2,8 @@
 
 #include <string>
 
-/// A client of the command socket that does exactly what it is told. Every failure throws std::system_error.
+/// A client of the command socket that does exactly what the test asks for. Every failure throws
+/// std::system_error.
 class CommandClient
 {
 public:

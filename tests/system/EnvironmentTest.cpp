@@ -35,7 +35,8 @@ std::string descriptorOf(pid_t process, unsigned number)
 
 } // namespace
 
-/// What the programs are started with, by a boot script mostly: less than a person's shell gives them.
+/// The environment in which the programs are started, by a boot script mostly: less than a user's shell
+/// provides.
 class EnvironmentTest : public MachineTest
 {
 };

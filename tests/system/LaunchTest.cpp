@@ -56,7 +56,7 @@ protected:
     void SetUp() override
     {
         SystemTest::SetUp();
-        // What the launcher leaves behind becomes a child of this process, so that its status can be had.
+        // The launcher's copy becomes a child of this process, so that its status can be read.
         prctl(PR_SET_CHILD_SUBREAPER, 1);
     }
 

@@ -20,7 +20,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// What the log tells from debug level on since it had `count` lines.
+/// The log's messages from debug level on, since it had `count` lines.
 std::vector<std::string> toldSince(std::size_t count)
 {
     const std::vector<LogWatch::Line> lines = ServiceLog::lines();
@@ -239,7 +239,7 @@ TEST_F(RemountTest, DriverHoldsNoDescriptorOfTheService)
     ASSERT_EQ(ask("remount:/media/C:=ro"), "DONE remount: [/media/C:] with options: [ro]");
     const std::vector<pid_t> drivers = processesOf("ntfs-3g");
     ASSERT_EQ(drivers.size(), 1U);
-    // What this test was started with is handed on by everybody and says nothing.
+    // Descriptors that this test was started with are inherited by everybody and prove nothing.
     const std::set<std::string> inherited = channelsOf(getpid());
     for (const std::string& channel : channelsOf(drivers.front())) {
         EXPECT_EQ(inherited.count(channel), 1U) << channel;

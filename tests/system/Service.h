@@ -37,7 +37,7 @@ public:
     bool isReady(std::chrono::milliseconds bound = std::chrono::seconds(10));
     /// Sends the signal and waits for the end: its exit status, or nothing if it lives on.
     std::optional<int> stop(int signalNumber, std::chrono::milliseconds bound = std::chrono::seconds(5));
-    /// What it wrote to standard error (and output).
+    /// Its standard error (and output).
     std::string output() const { return _process.output(); }
 
     /// The shipped program's path.
@@ -73,7 +73,7 @@ inline bool tells(const std::string& text)
 }
 /// How often the log holds the message.
 long count(const std::string& message);
-/// What the stop writes: the directories in the order in which it takes them down.
+/// The log lines of the stop: the directories in the order in which it takes them down.
 std::vector<std::string> directoriesTakenDown();
 
 } // namespace ServiceLog

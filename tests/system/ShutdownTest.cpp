@@ -87,7 +87,7 @@ TEST_F(ShutdownTest, UnmountsEachDirectoryOnceAndReachesNothingDeeper)
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/stack", "/mnt/outer", "/mnt/outer/inner"));
 }
 
-/// Somebody mounts a disk on a root, as people do who look for a place.
+/// Somebody mounts a disk on a root, as users do.
 TEST_F(ShutdownTest, RemovesNoDirectoryOnADiskThatWasMountedOverARoot)
 {
     machine.addInternal("sda1", Images::ext4("disk", "disk"));

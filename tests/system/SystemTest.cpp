@@ -18,7 +18,7 @@ bool canOpen(const char* path)
     return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).is_open();
 }
 
-/// What the system tests need and this machine lacks, or an empty text.
+/// The prerequisite of the system tests that this machine lacks, or an empty text.
 std::string missingPrerequisite()
 {
     const auto root = KernelMounts::at("/");
