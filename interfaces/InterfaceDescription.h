@@ -18,8 +18,7 @@ public:
     /// An object without an interface of its own has this one, which has no name.
     static const InterfaceDescription& none();
     /// The interfaces that the bus defines for every object: "org.freedesktop.DBus.Properties",
-    /// "...Introspectable" and
-    /// "...Peer".
+    /// "...Introspectable" and "...Peer".
     static const InterfaceDescription& standardProperties();
     static const InterfaceDescription& standardIntrospectable();
     static const InterfaceDescription& standardPeer();

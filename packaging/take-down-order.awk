@@ -1,5 +1,6 @@
-# The mounts of the service that are to be taken down, a line "kind root path" for each, in the order in which they can go.
-# The path has \0 and three octal digits where the kernel's table has a backslash and three. Used by service-mounts:
+# The mounts of the service that are to be taken down, a line "kind root path" for each, in the order in which
+# they can go. The path has \0 and three octal digits where the kernel's table has a backslash and three. Used by
+# service-mounts:
 #   awk -v state=STATE -f take-down-order.awk STATE /proc/self/mountinfo
 #
 # The kinds:
@@ -9,8 +10,9 @@
 #   own      /mnt, a private mount of our own making.
 #   covered  The same, with something over it that is not to be taken down.
 #
-# A disk's file system may lie over a root itself: one without a name does. The mounts on it go first, then the
-# file system, then what it covered. Any other mount over a root stays, and what it covers is out of reach.
+# A disk's file system may lie over a root itself: one without a name does. The mounts on it go first, then
+# the file system, then what it covered. Any other mount over a root stays, and what it covers is out of
+# reach.
 
 FILENAME == state {
     spared[$2, $3, $4]
