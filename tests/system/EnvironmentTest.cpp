@@ -50,7 +50,7 @@ TEST_F(EnvironmentTest, WithoutALocaleNamesOutsideAsciiAreTheSameForAllThreeProg
     machine.plug("sdb1");
     EXPECT_TRUE(waitFor([&] { return KernelMounts::sourceAt(directory) == "/dev/sdb1"; }))
         << service().output();
-    EXPECT_TRUE(ServiceLog::tells("mount -text4 /dev/sdb1 " + directory + " "));
+    EXPECT_TRUE(ServiceLog::says("mount -text4 /dev/sdb1 " + directory + " "));
     const ProcessResult answer = runProgram({VRMOUNTCTL, "remount", directory, "ro"});
     EXPECT_THAT(answer.output, HasSubstr("WARNING re-mount path not found: [" + directory + "]"));
     expectQuotedWarning("WARNING re-mount path not found: [" + directory + "]");

@@ -46,7 +46,7 @@ TEST_P(OddLabelTest, IsADirectoryNameForTheKernel)
     EXPECT_TRUE(waitFor([&] { return KernelMounts::sourceAt(directory) == "/dev/sdb1"; }));
     machine.unplug("sdb1");
     EXPECT_TRUE(waitFor([&] { return !fs::exists(directory); }));
-    EXPECT_TRUE(ServiceLog::tells("Trying to umount2: /media/" + GetParam().shown));
+    EXPECT_TRUE(ServiceLog::says("Trying to umount2: /media/" + GetParam().shown));
     stop();
 }
 
@@ -118,7 +118,7 @@ TEST_F(HostileNamesTest, UuidIsCheckedLikeALabel)
     machine.addUnplugged("sdb1", Images::ext4("stick", ""), {"IdUuid = ../etc"});
     start();
     machine.plug("sdb1");
-    EXPECT_TRUE(ServiceLog::tells("ERROR mount: Invalid argument"));
+    EXPECT_TRUE(ServiceLog::says("ERROR mount: Invalid argument"));
     expectQuotedWarning("ERROR mount: Invalid argument");
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     stop();
@@ -159,7 +159,7 @@ TEST_F(HostileNamesTest, NodeNeverLeavesTheTemporaryRoot)
     machine.addUnplugged("sda1", image, {"Internal = true", "DeviceFile = /dev/../etc", "IdLabel = x"});
     start();
     machine.plug("sda1");
-    EXPECT_TRUE(ServiceLog::tells("ERROR mount: Invalid argument"));
+    EXPECT_TRUE(ServiceLog::says("ERROR mount: Invalid argument"));
     expectQuotedWarning("ERROR mount: Invalid argument");
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     stop();

@@ -21,7 +21,7 @@ using testing::IsEmpty;
 namespace {
 
 /// The log's messages from debug level on, since it had `count` lines.
-std::vector<std::string> toldSince(std::size_t count)
+std::vector<std::string> loggedSince(std::size_t count)
 {
     const std::vector<LogWatch::Line> lines = ServiceLog::lines();
     std::vector<std::string> result;
@@ -98,7 +98,7 @@ protected:
 
     virtual void prepare(const std::string& /*windowsImage*/) {}
 
-    std::vector<std::string> told() const { return toldSince(_linesBefore); }
+    std::vector<std::string> logged() const { return loggedSince(_linesBefore); }
 
 private:
     std::size_t _linesBefore = 0;
@@ -113,7 +113,7 @@ TEST_F(RemountTest, NtfsIsUnmountedAndMountedWithTheOptions)
     EXPECT_EQ(ask("remount:/media/C:"), "DONE remount: [/media/C:] with options: []");
     EXPECT_EQ(Files::content("/media/C:/Windows/win.ini"), "Windows/win.ini");
     EXPECT_THAT(KernelMounts::directories(), ElementsAre("/media/C:", "/media/D:"));
-    EXPECT_THAT(told(),
+    EXPECT_THAT(logged(),
                 ElementsAre("\"ntfs-3g /dev/sda1 /media/C: -oro\" ", "\"ntfs-3g /dev/sda1 /media/C: -orw\" ",
                             "\"ntfs-3g /dev/sda1 /media/C: \" "));
     stop();
@@ -125,7 +125,7 @@ TEST_F(RemountTest, IgnoreCaseChoosesTheOtherDriver)
     EXPECT_FALSE(fs::exists("/media/C:/WINDOWS/WIN.INI"));
     EXPECT_EQ(ask("remount:/media/C:=ignore_case"), "DONE remount: [/media/C:] with options: [ignore_case]");
     EXPECT_TRUE(fs::exists("/media/C:/WINDOWS/WIN.INI"));
-    EXPECT_THAT(told(), ElementsAre("\"lowntfs-3g /dev/sda1 /media/C: -oignore_case\" "));
+    EXPECT_THAT(logged(), ElementsAre("\"lowntfs-3g /dev/sda1 /media/C: -oignore_case\" "));
     stop();
 }
 
@@ -142,8 +142,8 @@ TEST_F(HibernatedRemountTest, RemoveHiberfileRepairsAndMakesItWritable)
               "DONE remount: [/media/C:] with options: [ignore_case,remove_hiberfile]");
     EXPECT_FALSE(isReadOnly("/media/C:"));
     EXPECT_FALSE(fs::exists("/media/C:/hiberfil.sys"));
-    EXPECT_THAT(told(), ElementsAre("\"ntfsfix /dev/sda1\" ",
-                                    "\"lowntfs-3g /dev/sda1 /media/C: -oignore_case,remove_hiberfile\" "));
+    EXPECT_THAT(logged(), ElementsAre("\"ntfsfix /dev/sda1\" ",
+                                      "\"lowntfs-3g /dev/sda1 /media/C: -oignore_case,remove_hiberfile\" "));
     stop();
 }
 
@@ -155,9 +155,9 @@ TEST_F(RemountTest, BusyNtfsStaysAsItIsAndTheWholeChainIsLogged)
     }
     EXPECT_FALSE(isReadOnly("/media/C:"));
     EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/sda1");
-    EXPECT_THAT(told(), ElementsAre("\"ERROR umount: [/media/C:] with error: Device or resource busy\" ",
-                                    "\"ntfs-3g /dev/sda1 /media/C: -oro\" ", "\"WARNING ntfs-3g: 0x1000\" ",
-                                    "\"ntfs-3g -oro /dev/sda1 /media/C:\" ", "\"ERROR ntfs-3g: 0x1000\" "));
+    EXPECT_THAT(logged(), ElementsAre("\"ERROR umount: [/media/C:] with error: Device or resource busy\" ",
+                                      "\"ntfs-3g /dev/sda1 /media/C: -oro\" ", "\"WARNING ntfs-3g: 0x1000\" ",
+                                      "\"ntfs-3g -oro /dev/sda1 /media/C:\" ", "\"ERROR ntfs-3g: 0x1000\" "));
     expectQuotedWarning("ERROR umount: [/media/C:] with error: Device or resource busy");
     expectQuotedWarning("WARNING ntfs-3g: 0x1000");
     expectQuotedWarning("ERROR ntfs-3g: 0x1000");
@@ -169,8 +169,8 @@ TEST_F(RemountTest, FailingDriverFallsBackToReadOnlyWithAnEmptyReply)
     StandIn::make("ntfs-3g", "[ \"$1\" = -oro ] || exit 1\nexec /usr/bin/ntfs-3g \"$@\"\n");
     EXPECT_EQ(ask("remount:/media/C:=rw"), "");
     EXPECT_TRUE(isReadOnly("/media/C:"));
-    EXPECT_THAT(told(), ElementsAre("\"ntfs-3g /dev/sda1 /media/C: -orw\" ", "\"WARNING ntfs-3g: 0x100\" ",
-                                    "\"ntfs-3g -oro /dev/sda1 /media/C:\" "));
+    EXPECT_THAT(logged(), ElementsAre("\"ntfs-3g /dev/sda1 /media/C: -orw\" ", "\"WARNING ntfs-3g: 0x100\" ",
+                                      "\"ntfs-3g -oro /dev/sda1 /media/C:\" "));
     expectQuotedWarning("WARNING ntfs-3g: 0x100");
     stop();
 }
@@ -200,7 +200,7 @@ TEST_F(RemountTest, KernelFileSystemIsRemountedInPlace)
 {
     const std::ifstream inUse("/media/D:/lost+found");
     EXPECT_EQ(ask("remount:/media/D:"), "DONE remount: [/media/D:] with options: []");
-    EXPECT_THAT(told(), IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
     EXPECT_EQ(KernelMounts::sourceAt("/media/D:"), "/dev/sda2");
     stop();
 }

@@ -67,7 +67,7 @@ std::vector<std::string> messages(int level);
 /// Whether the log holds the message, or does within five seconds.
 bool shows(const std::string& message);
 /// The same for a text between quotes.
-inline bool tells(const std::string& text)
+inline bool says(const std::string& text)
 {
     return shows(quoted(text));
 }

@@ -48,7 +48,7 @@ protected:
     void pull(const std::string& node)
     {
         machine.unplug(node);
-        EXPECT_TRUE(ServiceLog::tells("Device removed: " + objectPath(node)));
+        EXPECT_TRUE(ServiceLog::says("Device removed: " + objectPath(node)));
     }
 };
 
@@ -62,7 +62,7 @@ TEST_F(StickTest, IsMountedUnderItsLabelAndGoneWhenItIsPulled)
     EXPECT_EQ(ServiceLog::count("\"mount -text4 /dev/sdb1 /media/USB DISK \""), 1);
 
     pull("sdb1");
-    EXPECT_TRUE(ServiceLog::tells("Trying to umount2: /media/USB DISK"));
+    EXPECT_TRUE(ServiceLog::says("Trying to umount2: /media/USB DISK"));
     EXPECT_TRUE(waitFor([] { return !fs::exists("/media/USB DISK"); }));
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
     stop();
@@ -87,7 +87,7 @@ TEST_F(StickTest, IsAnnouncedAndRemovedExactlyOnceWhenEverythingHasSettled)
     start();
     for (const char* node : {"sdb1", "sdc1"}) {
         machine.plug(node);
-        EXPECT_TRUE(ServiceLog::tells(std::string("Device to add: ") + objectPath(node)));
+        EXPECT_TRUE(ServiceLog::says(std::string("Device to add: ") + objectPath(node)));
     }
     for (const char* node : {"sdb1", "sdc1"}) {
         pull(node);
@@ -162,7 +162,7 @@ TEST_F(StickTest, InUseStaysUntilTheEnd)
     {
         const std::ifstream inUse("/media/BUSY/open.txt");
         pull("sdb1");
-        EXPECT_TRUE(ServiceLog::tells("ERROR umount2: Device or resource busy"));
+        EXPECT_TRUE(ServiceLog::says("ERROR umount2: Device or resource busy"));
         expectQuotedWarning("ERROR umount2: Device or resource busy");
         EXPECT_EQ(KernelMounts::sourceAt("/media/BUSY"), "/dev/sdb1");
     }
@@ -191,7 +191,7 @@ TEST_F(StickTest, WhoseMountIsGoneCannotBeUnmounted)
     plugAndExpect("sdb1", "/media/STICK");
     ASSERT_EQ(umount("/media/STICK"), 0);
     pull("sdb1");
-    EXPECT_TRUE(ServiceLog::tells("ERROR umount2: Invalid argument"));
+    EXPECT_TRUE(ServiceLog::says("ERROR umount2: Invalid argument"));
     expectQuotedWarning("ERROR umount2: Invalid argument");
     EXPECT_TRUE(fs::exists("/media/STICK"));
     stop();
@@ -217,8 +217,8 @@ TEST_F(StickTest, WithNtfsAndABlankInItsLabelIsReportedAsNotMounted)
     machine.addUnplugged("sdb1", Images::ntfs("stick", "MY STICK"));
     start();
     machine.plug("sdb1");
-    EXPECT_TRUE(ServiceLog::tells("ntfs-3g -oro /dev/sdb1 /media/MY STICK"));
-    EXPECT_TRUE(ServiceLog::tells("ERROR ntfs-3g: 0xb00"));
+    EXPECT_TRUE(ServiceLog::says("ntfs-3g -oro /dev/sdb1 /media/MY STICK"));
+    EXPECT_TRUE(ServiceLog::says("ERROR ntfs-3g: 0xb00"));
     expectQuotedWarning("WARNING ntfs-3g: 0xb00");
     expectQuotedWarning("ERROR ntfs-3g: 0xb00");
     EXPECT_THAT(KernelMounts::directories(), IsEmpty());
@@ -244,8 +244,8 @@ TEST_F(StickTest, WithEncryptionIsTriedBelowTheTemporaryRoot)
                          {"IdType = crypto_LUKS", "IdUsage = crypto", "IdLabel = SECRET"});
     start();
     machine.plug("sdb1");
-    EXPECT_TRUE(ServiceLog::tells("mount -tcrypto_LUKS /dev/sdb1 /mnt/sdb1 "));
-    EXPECT_TRUE(ServiceLog::tells("ERROR mount: No such device"));
+    EXPECT_TRUE(ServiceLog::says("mount -tcrypto_LUKS /dev/sdb1 /mnt/sdb1 "));
+    EXPECT_TRUE(ServiceLog::says("ERROR mount: No such device"));
     expectQuotedWarning("ERROR mount: No such device");
     EXPECT_TRUE(fs::is_directory("/mnt/sdb1"));
     EXPECT_FALSE(fs::exists("/media/SECRET"));
@@ -272,7 +272,7 @@ TEST_F(StickTest, VolumeBelowADirectoryOfDevCannotBeMounted)
     machine.addUnplugged("mapper/vg-lv", Images::ext4("volume", "volume"), {"Internal = true"});
     start();
     machine.plug("mapper/vg-lv");
-    EXPECT_TRUE(ServiceLog::tells("ERROR mount: No such file or directory"));
+    EXPECT_TRUE(ServiceLog::says("ERROR mount: No such file or directory"));
     expectQuotedWarning("ERROR mount: No such file or directory");
     EXPECT_EQ(ServiceLog::count("\"mount -text4 /dev/mapper/vg-lv /mnt/mapper/vg-lv \""), 1);
     EXPECT_THAT(Files::namesIn("/mnt"), IsEmpty());
