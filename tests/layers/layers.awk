@@ -56,7 +56,7 @@ function admit(room, list,    i, count, other) {
         may_include[room, other[i]]
     }
     is_room[room]
-    admitted[room] = list
+    admitted[room] = admitted[room] list
 }
 
 # --- each file ------------------------------------------------------------------------------------
