@@ -9,7 +9,7 @@
 /// A message bus of a test's own that stands in for the system bus: DBUS_SYSTEM_BUS_ADDRESS names it in this
 /// process and in every process started from it. Everybody may connect to it, and it ends with the object.
 ///
-/// QDBusConnection::systemBus() connects once a process, on its first use: make the bus before. Where a
+/// QDBusConnection::systemBus() connects once per process, on its first use: make the bus before. Where a
 /// static object connects already (DriveManager's proxy), link `test_bus_before_main`, which makes one bus
 /// for the whole test program before any other static object.
 class PrivateBus
