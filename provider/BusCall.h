@@ -16,12 +16,12 @@ struct BusCall
     QString signature; ///< of `arguments`
     QVariantList arguments;
 
-    /// The argument at `index` as a text or a number; empty or 0 if it is not there or is none.
+    /// The argument at `index` as a text or a number; empty or 0 if it is missing or has another type.
     QString text(int index) const { return arguments.value(index).toString(); }
     qlonglong number(int index) const { return arguments.value(index).toLongLong(); }
 };
 
-/// What is answered to a call: values, or the name of an error and a line for the user.
+/// The answer to a call: values, or the name of an error and a line for the user.
 struct BusReply
 {
     QVariantList values;

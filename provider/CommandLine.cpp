@@ -73,7 +73,7 @@ private:
     QStringList _words;
 };
 
-/// What has been read so far.
+/// The part that has been read so far.
 struct Draft
 {
     CommandLine line;

@@ -7,7 +7,7 @@
 
 #include "provider/today/Rules.h"
 
-/// What the arguments of `vrudisks` ask for.
+/// The command that the arguments of `vrudisks` ask for.
 struct CommandLine
 {
     enum class Action

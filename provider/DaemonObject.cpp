@@ -59,7 +59,7 @@ BusReply findByNumber(const BusCall& call, const Devices& devices)
                      [&](const Device& device) { return device.hasNumber(call.number(0), call.number(1)); });
 }
 
-/// What the provider carries out of the daemon's methods.
+/// The methods of the daemon that the provider carries out.
 const QHash<QString, Method>& methods()
 {
     static const QHash<QString, Method> all{

@@ -14,7 +14,7 @@ struct Device
     QString objectPath;
     /// The number that the kernel knows it by; 0 if there is no block device behind.
     dev_t number = 0;
-    /// What is known of it, in the exact D-Bus types. Any other property has the empty value of its type,
+    /// The known properties, in the exact D-Bus types. Any other property has the empty value of its type,
     /// except DeviceMountPaths and DeviceIsMounted: unless they are given here, they are the kernel's at
     /// every read.
     QVariantMap properties;

@@ -7,10 +7,10 @@
 
 #include "provider/Device.h"
 
-/// Where the devices come from that the provider shows.
+/// The source of the devices that the provider shows.
 ///
 /// The signals are handled before the call that emits them returns, so a device can be read while its arrival
-/// or its end is being told.
+/// or its end is announced.
 class DeviceSource : public QObject
 {
     Q_OBJECT
@@ -19,7 +19,7 @@ public:
     DeviceSource();
 
     /// Begins to look for devices; `ready` follows when the first look is over, at once or much later. Throws
-    /// std::runtime_error, with one line for people, if that can never be.
+    /// std::runtime_error, with one line for the user, if that can never be.
     virtual void start() = 0;
 
     /// The devices there are now, in the order of enumeration. The pointers hold until the event loop runs
@@ -29,9 +29,9 @@ public:
     const Device* find(const QString& objectPath) const;
 
 Q_SIGNALS:
-    /// Emitted once. What is there by then is not announced as added, except after a restart: what came and
-    /// went between two runs is announced right behind this signal, and `removed` can then name a device that
-    /// this run never had.
+    /// Emitted once. Devices that are there by then are never announced as added, except after a restart: the
+    /// difference between two runs is announced right after this signal, and `removed` can then name a device
+    /// that this run never had.
     void ready();
     /// The device is complete and can be read.
     void added(const QString& objectPath);

@@ -4,7 +4,7 @@
 
 class BusObject;
 
-/// What is answered to a call, whatever arrives; without the bus, and without any effect but that of the
+/// The answer to a call, whatever arrives; without the bus, and without any effect but that of the
 /// object's own method.
 namespace Dispatch {
 

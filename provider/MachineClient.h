@@ -12,7 +12,7 @@ namespace MachineClient {
 struct Outcome
 {
     int status = 0;      ///< 0 done, 1 refused, 3 no provider answers
-    std::string message; ///< one line for people unless done
+    std::string message; ///< one line for the user unless done
 };
 
 /// Has the machine that is served on `bus` plug, pull or change the device that `line` names.

@@ -7,7 +7,7 @@
 class MachineSource;
 
 /// The control of a simulated machine, org.vorna.vrudisks.Machine. Anybody may look at it; its methods are
-/// carried out for those callers only that `mayControl` admits. What the machine refuses is answered with the
+/// carried out for those callers only that `mayControl` admits. A refusal of the machine is answered with the
 /// error org.vorna.vrudisks.Error.Refused and its line for the user.
 class MachineObject : public BusObject
 {

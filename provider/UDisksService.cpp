@@ -10,11 +10,12 @@ UDisksService::UDisksService(DeviceSource& source, const QDBusConnection& bus)
     : _tree(source, _mounts)
     , _bus(bus)
 {
-    connect(&source, &DeviceSource::added, this, [this](const QString& path) { tell("DeviceAdded", path); });
+    connect(&source, &DeviceSource::added, this,
+            [this](const QString& path) { announce("DeviceAdded", path); });
     connect(&source, &DeviceSource::removed, this,
-            [this](const QString& path) { tell("DeviceRemoved", path); });
+            [this](const QString& path) { announce("DeviceRemoved", path); });
     connect(&source, &DeviceSource::changed, this, [this](const QString& path) {
-        tell("DeviceChanged", path);
+        announce("DeviceChanged", path);
         _bus.send(QDBusMessage::createSignal(path, InterfaceDescription::device().name(),
                                              QStringLiteral("Changed")));
     });
@@ -34,7 +35,7 @@ BusReply UDisksService::answer(const BusCall& call)
     return _tree.answer(call);
 }
 
-void UDisksService::tell(const char* signalName, const QString& objectPath)
+void UDisksService::announce(const char* signalName, const QString& objectPath)
 {
     QDBusMessage signal = QDBusMessage::createSignal(UDisks::path(), InterfaceDescription::daemon().name(),
                                                      QString::fromLatin1(signalName));

@@ -11,7 +11,7 @@
 ///
 /// One endpoint serves every path, straight from the introspection files that the service's proxies are
 /// generated from. Adaptors generated from the same files could not serve what the tests need, a property
-/// that is missing or has a wrong type, and would want a hand-written answer for each of the fifty methods
+/// that is missing or has a wrong type, and would need a hand-written answer for each of the fifty methods
 /// that are not carried out. Those are answered with the error org.freedesktop.UDisks.Error.NotSupported.
 class UDisksService : public BusEndpoint
 {
@@ -29,7 +29,7 @@ Q_SIGNALS:
 
 private:
     BusReply answer(const BusCall& call) override;
-    void tell(const char* signalName, const QString& objectPath);
+    void announce(const char* signalName, const QString& objectPath);
 
     MountTable _mounts;
     DeviceTree _tree;

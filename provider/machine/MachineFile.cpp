@@ -26,7 +26,8 @@ QVariant valueOf(const QString& key, const QString& type, const QByteArray& text
     }
     const std::optional<QVariant> value = PropertyValue::parse(type, text);
     if (!value) {
-        refuse(key, QStringLiteral("\"%1\" is no value of type \"%2\"").arg(QString::fromUtf8(text), type));
+        refuse(key,
+               QStringLiteral("\"%1\" is not a value of type \"%2\"").arg(QString::fromUtf8(text), type));
     }
     return *value;
 }
@@ -166,7 +167,7 @@ private:
     void checkNode(const MachineSection& section) const
     {
         if (!isNodeName(section.node)) {
-            fail(QStringLiteral("Node: \"%1\" is no name below /dev").arg(section.node));
+            fail(QStringLiteral("Node: \"%1\" is not a name below /dev").arg(section.node));
         }
         for (auto other = _sections.begin(); other != _sections.end() - 1; ++other) {
             if (other->node == section.node && other->isPlugged && section.isPlugged) {

@@ -43,7 +43,7 @@ struct MachineSection
 ///     IdUuid:missing =
 ///
 /// Keys are Image (relative to the file's directory), Node (by default the section's name), Internal (false),
-/// Partition (by default what the node's name tells), Plugged (true), PartitionAttributes (the bits of a GPT
+/// Partition (by default what the node's name says), Plugged (true), PartitionAttributes (the bits of a GPT
 /// partition's entry, in hexadecimal), and every property of the device interface. A property's key may name
 /// another type than its own behind a colon, or "missing".
 namespace MachineFile {

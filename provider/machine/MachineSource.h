@@ -12,7 +12,7 @@
 /// The devices of a simulated machine, in the order of its file. A device with an image is attached to a loop
 /// device while it is plugged in.
 ///
-/// Operations that are refused throw std::runtime_error with one line for people.
+/// Operations that are refused throw std::runtime_error with one line for the user.
 class MachineSource : public DeviceSource
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ public:
     /// Reads the image and makes the node. Refused for an unknown section, one that is plugged in, one whose
     /// node another device has, and if the image cannot be attached.
     void plug(const QString& section);
-    /// Takes the node away. What is mounted stays mounted, as with a stick that is pulled out.
+    /// Removes the node. Mounts stay, as with a stick that is pulled out.
     void unplug(const QString& section);
     /// Gives a property of a device another value, plugged in or not; `key` and `value` as in the file.
     void set(const QString& section, const QString& key, const QString& value);

@@ -6,7 +6,7 @@
 
 #include <QString>
 
-/// What the kernel's name of a block device tells: "sda1" is partition 1 of "sda".
+/// The parts of the kernel's name of a block device: "sda1" is partition 1 of "sda".
 class NodeName
 {
 public:
@@ -18,7 +18,7 @@ public:
     /// The name of the disk that a partition is on; a whole disk's own name.
     const QString& disk() const { return _disk; }
 
-    /// The number that a SCSI disk or partition of this name has: sixteen numbers a disk, sixteen disks on
+    /// The number that a SCSI disk or partition of this name has: sixteen numbers per disk, sixteen disks on
     /// major 8, the next ones on 65 to 71 and 128 to 135. Nothing for other names, disks beyond these, and
     /// partitions above 15, which get numbers as they come.
     std::optional<dev_t> scsiNumber() const;

@@ -8,7 +8,8 @@
 
 #include "kernel/Sysfs.h"
 
-/// What block devices stand on, by their numbers. What sysfs does not show is empty, or 0.
+/// The devices that block devices stand on, by their numbers. A value that sysfs does not show is empty, or
+/// 0.
 class BlockStack
 {
 public:
@@ -23,7 +24,7 @@ public:
     /// The whole disk of a partition; any other device is its own.
     dev_t diskOf(dev_t number) const;
     QByteArray kernelName(dev_t number) const;
-    /// What a mapped device or an array is made of.
+    /// The parts of a mapped device or an array.
     std::vector<dev_t> componentsOf(dev_t number) const;
     /// The file in a loop device.
     QByteArray backingFile(dev_t number) const;

@@ -8,7 +8,7 @@
 #include "provider/Device.h"
 #include "provider/today/RescueMedium.h"
 
-/// What the rules go by beside the devices themselves.
+/// The facts that the rules use beside the devices themselves.
 struct Circumstances
 {
     RescueMedium medium;

@@ -8,8 +8,8 @@
 #include "kernel/MountInfo.h"
 #include "provider/today/BlockStack.h"
 
-/// What the NTFS driver leaves when its device is pulled out: a mount that answers every question with an
-/// error, and over which nothing can be mounted.
+/// The mount that the NTFS driver leaves when its device is pulled out: one that answers every question with
+/// an error, and over which nothing can be mounted.
 namespace DeadMounts {
 
 /// The rule's word.
@@ -19,7 +19,7 @@ constexpr const char* Word = "dead-mounts";
 /// Without sysfs no device counts as gone.
 std::vector<Mount> among(const std::vector<Mount>& mounts, const BlockStack& blocks);
 
-/// Takes these mounts out of the tree and removes their directories; what was done, one line for each. A
+/// Unmounts these and removes their directories; returns one line for each. A
 /// mount that another one covers stays. Errors do not matter to the caller: they are among the lines.
 QStringList takeAway(const std::vector<Mount>& dead);
 

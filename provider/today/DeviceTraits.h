@@ -4,8 +4,8 @@
 
 #include "provider/Device.h"
 
-/// What the rules ask about a device. A property that is missing counts as empty, as it does for those who
-/// read it.
+/// The traits of a device that the rules look at. A property that is missing counts as empty, as it does for
+/// those who read it.
 namespace DeviceTraits {
 
 QString text(const Device& device, const char* property);

@@ -4,7 +4,7 @@
 
 #include "provider/today/Rules.h"
 
-/// What is presented of block devices, and why: text for the user. What comes from foreign media is made
+/// How block devices are presented, and why: text for the user. Text from foreign media is made
 /// harmless for a terminal.
 namespace Explanation {
 

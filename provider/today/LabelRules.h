@@ -11,5 +11,5 @@ void replaceBlanks(Presentation& device, const Circumstances& circumstances);
 void respellDriveLetter(Presentation& device, const Circumstances& circumstances);
 
 /// Of several external file systems with one name the first keeps it, and later ones get "_2", "_3" behind
-/// theirs. Nobody gets a name that another has as its own.
+/// theirs. None gets a name that another device has as its own.
 void numberEqualNames(Picture& picture, const Circumstances& circumstances);

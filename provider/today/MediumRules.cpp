@@ -15,7 +15,7 @@ bool isOnItsDisks(const Device& device, const RescueMedium& medium)
            medium.disks.contains(disk.value<QDBusObjectPath>().path());
 }
 
-/// What a machine starts from.
+/// The volumes that a machine starts from.
 bool isStartingVolume(const Device& device)
 {
     return isEfiSystemPartition(device) || text(device, "IdType") == QLatin1String("iso9660");

@@ -7,6 +7,6 @@
 /// A loop device with its partitions, compressed memory, a RAM disk.
 void hideMemoryDevice(Presentation& device, const Circumstances& circumstances);
 
-/// What the rescue system runs from, and on an external medium also the EFI and ISO 9660 volumes beside it.
-/// Other partitions of that medium are offered: people save their data there.
+/// The medium that the rescue system runs from; on an external medium also the EFI and ISO 9660 volumes
+/// beside it. Other partitions of that medium are offered: users save their data there.
 void hideRescueMedium(Presentation& device, const Circumstances& circumstances);

@@ -12,7 +12,7 @@ namespace {
 constexpr std::array<const char*, 5> MediumDirectories{"/run/live/medium", "/usr/lib/live/mount/medium",
                                                        "/run/initramfs/live", "/run/archiso", "/cdrom"};
 
-/// Goes down from mounts to disks. What it has seen it does not enter again, so that it ends even if an
+/// Goes down from mounts to disks. It enters nothing twice, so that it ends even if an
 /// overlay's layers seem to lie on the overlay itself: they are often hidden by what was mounted later.
 class Descent
 {

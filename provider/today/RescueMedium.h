@@ -11,8 +11,8 @@
 #include "kernel/MountInfo.h"
 #include "provider/today/BlockStack.h"
 
-/// What the rescue system runs from. It is found by what is mounted and by what that stands on, never by a
-/// label, which any stick could carry.
+/// The medium that the rescue system runs from. It is found by the mounts and the devices below them, never
+/// by a label, which any stick could carry.
 struct RescueMedium
 {
     /// Every block device behind the system's root, the layers of an overlay there, and the places where live

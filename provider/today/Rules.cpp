@@ -20,7 +20,7 @@ void each(Picture& picture, const Circumstances& circumstances)
     }
 }
 
-/// What a rule can change of one device.
+/// The part of a device that a rule can change.
 struct Before
 {
     QString objectPath;

@@ -7,8 +7,8 @@
 
 #include "provider/today/Picture.h"
 
-/// What today's machines have otherwise than those that programs of UDisks 1's days were made for, and what
-/// is presented instead.
+/// The differences between today's machines and those that programs of UDisks 1's days were made for, and how
+/// they are presented.
 struct Rule
 {
     const char* word;   ///< its name for the user, which stays as it is
@@ -32,7 +32,7 @@ bool contains(const Selection& rules, const char* word);
 /// The words of all rules, with commas between them.
 QString words();
 
-/// What the rules make of the machine's devices.
+/// The machine's devices as the rules present them.
 Picture present(const std::vector<const Device*>& devices, const Selection& rules,
                 const Circumstances& circumstances);
 

@@ -111,7 +111,7 @@ void TodaySource::go(const QString& objectPath)
     if (contains(_picture, objectPath)) {
         update(look(objectPath), Event::Removed, objectPath);
     } else {
-        // It went while no provider ran, and whether it was presented is not known any more.
+        // It was pulled while no provider ran, and it is no longer known whether it was presented.
         Q_EMIT removed(objectPath);
     }
     takeAwayDeadMounts();
@@ -137,8 +137,8 @@ void TodaySource::update(Picture now, Event event, const QString& objectPath)
     _circumstances.names = namesIn(_picture);
     for (const Device* device : devices()) {
         const bool isMeant = device->objectPath == objectPath;
-        // What came while no provider ran is part of the first picture already, and is announced all the
-        // same.
+        // A device that was plugged in while no provider ran is part of the first picture already, and is
+        // announced all the same.
         if (isMeant && event == Event::Added) {
             Q_EMIT added(device->objectPath);
         } else {

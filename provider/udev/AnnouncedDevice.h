@@ -6,7 +6,7 @@
 #include "provider/Device.h"
 #include "provider/udev/BlockDevice.h"
 
-/// A device that was announced, with what tells it from another one under its name.
+/// A device that was announced, with what distinguishes it from another one under its name.
 struct AnnouncedDevice
 {
     QString objectPath;
@@ -17,7 +17,7 @@ struct AnnouncedDevice
 
     static AnnouncedDevice of(const BlockDevice& block, const Device& device);
 
-    /// Whether the other one is another device, or holds another medium. What one of both does not know
+    /// Whether the other one is another device, or holds another medium. A value that one of them lacks
     /// decides nothing: a drive that was empty is the same with a disc.
     bool isReplacedBy(const AnnouncedDevice& other) const;
 

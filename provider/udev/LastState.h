@@ -8,7 +8,7 @@
 
 #include "provider/udev/AnnouncedDevice.h"
 
-/// What was announced last, in a file that outlives the process and not the machine's session.
+/// The devices that were announced last, in a file that outlives the process but not the machine's session.
 class LastState
 {
 public:

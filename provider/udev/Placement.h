@@ -12,5 +12,5 @@ struct Placement
 
 /// Decided by the first rule of one table that applies: the bus of the disk and its parents, what the kernel
 /// says of the medium and the slot, and UDISKS_SYSTEM, by which rules of the machine's own overrule all
-/// others. What is made of other devices (mapped devices, arrays) is where they are.
+/// others. A device that is made of others (a mapped device, an array) is where they are.
 Placement placementOf(const BlockDevice& device, const Sysfs& sysfs);

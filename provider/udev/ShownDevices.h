@@ -17,7 +17,7 @@ struct ShownDevice
     AnnouncedDevice announced() const { return AnnouncedDevice::of(block, shown.device); }
 };
 
-/// What has been announced, in the order of enumeration.
+/// The announced devices, in the order of enumeration.
 class ShownDevices
 {
 public:

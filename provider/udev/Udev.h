@@ -7,7 +7,7 @@
 
 #include "provider/udev/BlockDevice.h"
 
-/// What udev knows and announces of block devices.
+/// The block devices that udev knows and announces.
 class Udev : public QObject
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ public:
     virtual bool isIdle() const = 0;
     /// The directory in sysfs of every block device, disks before their partitions.
     virtual std::vector<std::string> directories() const = 0;
-    /// What udev's database has of the device with this directory; nothing if it has gone.
+    /// The record in udev's database for the device with this directory; nothing if it has gone.
     virtual std::optional<BlockDevice> deviceIn(const std::string& directory) const = 0;
     /// Every block device, in the order of the directories.
     std::vector<BlockDevice> devices() const;

@@ -33,7 +33,7 @@ qulonglong sectorSize(const BlockDevice& device, const Sysfs& sysfs)
     return device.isPartition() ? SizeUnit : sysfs.number(device.path(), "queue/hw_sector_size", SizeUnit);
 }
 
-/// The name that people use for a mapped device or an array; otherwise the node.
+/// The usual name of a mapped device or an array; otherwise the node.
 QString presentedFile(const BlockDevice& device)
 {
     const QStringList links = device.linksIn({QStringLiteral("/dev/mapper/"), QStringLiteral("/dev/md/")});
@@ -92,8 +92,8 @@ int countPartitions(const BlockDevice& disk, const Sysfs& sysfs)
     }));
 }
 
-/// What a disk is made of and divided into. A partition has its disk's ID_PART_TABLE_TYPE too: udev hands it
-/// down.
+/// The parts of a disk: the devices below it and its partitions. A partition has its disk's
+/// ID_PART_TABLE_TYPE too: udev hands it down.
 QVariantMap diskProperties(const BlockDevice& disk, const Sysfs& sysfs)
 {
     const QString scheme = partitionScheme(disk.text("ID_PART_TABLE_TYPE"));

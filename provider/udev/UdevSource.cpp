@@ -167,7 +167,7 @@ bool UdevSource::handle(const Udev::Event& event)
 }
 
 /// Shows what announcements did not: what was lost with udev's crash or in a full buffer, and partitions that
-/// the kernel kept while their card was out. What has gone is removed before any other is announced.
+/// the kernel kept while their card was out. A device that has gone is removed before any other is announced.
 void UdevSource::lookAround()
 {
     if (_phase != Phase::Following) {
@@ -228,7 +228,7 @@ void UdevSource::settle(const BlockDevice& block, bool isChange)
     }
 }
 
-/// What udev calls a change may be one of the content or of the medium.
+/// A change for udev may be one of the content or of the medium.
 bool UdevSource::isReplaced(const ShownDevice& before, const ShownDevice& now, bool isChange)
 {
     AnnouncedDevice known = before.announced();

@@ -15,7 +15,7 @@
 /// The block devices of this machine, sorted by their place in it.
 ///
 /// udev announces a device when its rules have run, so every device is identified when it is announced here.
-/// What is there at the start is shown when udev has dealt with it, or when `patience` is over.
+/// A device that is there at the start is shown when udev has processed it, or when `patience` is over.
 ///
 /// Whatever is lost on the way (udev's announcements, or the time in which nobody listened, between two runs)
 /// is made good by looking at all devices again: the difference is announced.

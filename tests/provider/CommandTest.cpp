@@ -57,7 +57,7 @@ TEST_F(CommandTest, SaysInOneLineWhatIsRefused)
     } table[] = {
         {{"plug", "stick"}, "vrudisks: stick is plugged in already\n"},
         {{"unplug", "disk"}, "vrudisks: this machine has no device disk\n"},
-        {{"set", "stick", "DeviceMajor=x"}, "vrudisks: DeviceMajor: \"x\" is no value of type \"x\"\n"},
+        {{"set", "stick", "DeviceMajor=x"}, "vrudisks: DeviceMajor: \"x\" is not a value of type \"x\"\n"},
     };
     for (const auto& row : table) {
         const ProcessResult refused = vrudisks(row.arguments);
@@ -150,7 +150,7 @@ TEST_F(CommandTest, EndsWithStatusTwoOnAnErrorInTheFile)
     const ProcessResult broken = vrudisks({"--machine", file});
     EXPECT_EQ(broken.status, 2);
     EXPECT_EQ(broken.output,
-              "vrudisks: " + file + ":2: [sda1] Internal: \"perhaps\" is no value of type \"b\"\n");
+              "vrudisks: " + file + ":2: [sda1] Internal: \"perhaps\" is not a value of type \"b\"\n");
 }
 
 TEST_F(CommandTest, EndsWithStatusTwoOnWrongUse)

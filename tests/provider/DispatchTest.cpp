@@ -141,7 +141,7 @@ TEST_F(DispatchTest, AnswersWhatMakesNoSenseWithTheBussOwnErrors)
          "ssv",
          {text(DeviceInterface), text("IdLabel"), QVariant::fromValue(QDBusVariant(1))},
          "PropertyReadOnly"},
-        // What makes sense, with and without the names that may be left out.
+        // Calls that make sense, with and without the names that may be left out.
         {AtDevice, Properties, "Get", "ss", {text(DeviceInterface), text("IdLabel")}, ""},
         {AtDevice, Properties, "Get", "ss", {text(""), text("IdLabel")}, ""},
         {AtDevice, "", "Get", "ss", {text(""), text("IdLabel")}, ""},

@@ -29,7 +29,7 @@ constexpr long MostGrowth = 512L * 1024; // KiB; what is freed is kept back to b
 #else
 constexpr long MostGrowth = 1024; // KiB
 #endif
-/// What is left of the longest message that a bus lets pass, 32 MiB, for an argument.
+/// The room for an argument in the longest message that a bus lets pass, 32 MiB.
 constexpr std::size_t LongestArgument = (32U << 20U) - 1000;
 
 constexpr const char* Machine = "[sda1]\nIdLabel = DATA\n[sdb1]\nIdLabel = STICK\n[md_d0]\n"

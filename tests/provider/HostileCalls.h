@@ -5,7 +5,7 @@
 
 #include "tests/provider/Stranger.h"
 
-/// What somebody who wants the provider to end would send it.
+/// Calls that an attacker would send to end the provider.
 namespace HostileCalls {
 
 inline const std::string Daemon = "org.freedesktop.UDisks";
@@ -18,7 +18,7 @@ inline const std::string MachinePath = "/org/vorna/vrudisks/Machine";
 
 /// Objects of every kind, and places where there is none.
 const std::vector<std::string>& paths();
-/// What stands in the arguments.
+/// The content of the arguments.
 const std::vector<std::string>& words();
 
 struct Member
@@ -28,7 +28,7 @@ struct Member
     std::string signature;
 };
 
-/// What there is and what there is not, each with the arguments that it takes.
+/// Methods that exist and methods that do not, each with the arguments that it takes.
 const std::vector<Member>& members();
 /// None, too few, the right, too many and other arguments.
 std::vector<std::string> signaturesFor(const Member& member);

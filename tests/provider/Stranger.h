@@ -10,7 +10,7 @@
 #include <dbus/dbus.h>
 #include <sys/types.h>
 
-/// What somebody sends to the provider, whether it makes sense or not.
+/// A call that somebody sends to the provider, whether it makes sense or not.
 struct ForeignCall
 {
     std::string path;

@@ -7,7 +7,7 @@
 #include <QObject>
 #include <QVariant>
 
-/// What a client of UDisks 1 does on the system bus, without the generated proxies: it sees errors and exact
+/// A client of UDisks 1 on the system bus, without the generated proxies: it sees errors and exact
 /// types.
 namespace UDisksClient {
 

@@ -9,7 +9,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// A machine without images, and what it tells.
+/// A machine without images, and its announcements.
 class MachineSourceTest : public testing::Test
 {
 protected:
@@ -22,10 +22,11 @@ protected:
         const auto record = [this](const char* what) {
             return [this, what](const QString& path) {
                 const std::string presence = machine->find(path) != nullptr ? "" : " (not there)";
-                told.push_back(what + (" " + path.section(QLatin1Char('/'), -1).toStdString()) + presence);
+                announced.push_back(what + (" " + path.section(QLatin1Char('/'), -1).toStdString()) +
+                                    presence);
             };
         };
-        QObject::connect(machine.get(), &DeviceSource::ready, [this] { told.emplace_back("ready"); });
+        QObject::connect(machine.get(), &DeviceSource::ready, [this] { announced.emplace_back("ready"); });
         QObject::connect(machine.get(), &DeviceSource::added, record("added"));
         QObject::connect(machine.get(), &DeviceSource::changed, record("changed"));
         QObject::connect(machine.get(), &DeviceSource::removed, record("removed"));
@@ -55,7 +56,7 @@ protected:
     TemporaryDirectory directory;
     std::string file;
     std::unique_ptr<MachineSource> machine;
-    std::vector<std::string> told;
+    std::vector<std::string> announced;
     const QString stick = QStringLiteral("stick");
 };
 
@@ -64,14 +65,14 @@ protected:
 TEST_F(MachineSourceTest, TellsNothingOfWhatIsThereFromTheStart)
 {
     EXPECT_THAT(names(), ElementsAre("sdb1", "sda1"));
-    EXPECT_THAT(told, ElementsAre("ready"));
+    EXPECT_THAT(announced, ElementsAre("ready"));
 }
 
 TEST_F(MachineSourceTest, AddsADeviceInTheOrderOfTheFile)
 {
     machine->plug(stick);
     EXPECT_THAT(names(), ElementsAre("sdb1", "sdc1", "sda1"));
-    EXPECT_THAT(told, ElementsAre("ready", "added sdc1"));
+    EXPECT_THAT(announced, ElementsAre("ready", "added sdc1"));
 }
 
 TEST_F(MachineSourceTest, TellsThatADeviceGoesWhileItIsStillThere)
@@ -79,21 +80,21 @@ TEST_F(MachineSourceTest, TellsThatADeviceGoesWhileItIsStillThere)
     machine->plug(stick);
     machine->unplug(stick);
     EXPECT_THAT(names(), ElementsAre("sdb1", "sda1"));
-    EXPECT_THAT(told, ElementsAre("ready", "added sdc1", "removed sdc1"));
+    EXPECT_THAT(announced, ElementsAre("ready", "added sdc1", "removed sdc1"));
 }
 
 TEST_F(MachineSourceTest, ChangesADeviceThatIsPluggedIn)
 {
     machine->plug(stick);
     machine->set(stick, QStringLiteral("IdLabel"), QStringLiteral("NEW"));
-    EXPECT_THAT(told, ElementsAre("ready", "added sdc1", "changed sdc1"));
+    EXPECT_THAT(announced, ElementsAre("ready", "added sdc1", "changed sdc1"));
     EXPECT_EQ(machine->devices()[1]->properties[QStringLiteral("IdLabel")], QVariant(QStringLiteral("NEW")));
 }
 
 TEST_F(MachineSourceTest, ChangesADeviceBeforeItIsPluggedIn)
 {
     machine->set(stick, QStringLiteral("IdLabel:missing"), QString());
-    EXPECT_THAT(told, ElementsAre("ready"));
+    EXPECT_THAT(announced, ElementsAre("ready"));
     machine->plug(stick);
     EXPECT_TRUE(machine->devices()[1]->missing.contains(QStringLiteral("IdLabel")));
 }
@@ -109,7 +110,7 @@ TEST_F(MachineSourceTest, RefusesWhatMakesNoSense)
               "[other] /dev/sda1 belongs to another device");
     EXPECT_EQ(refusalOf([&] { machine->set(sda1, QStringLiteral("Image"), QStringLiteral("x")); }),
               "Image: there is no such key and no such property");
-    EXPECT_THAT(told, ElementsAre("ready"));
+    EXPECT_THAT(announced, ElementsAre("ready"));
 }
 
 TEST_F(MachineSourceTest, TellsWhichImageCannotBeRead)

@@ -32,7 +32,7 @@ std::vector<std::string> words()
     return result;
 }
 
-/// What follows `before` on a line of its own, once for each line that begins so.
+/// The rest of each line that begins with `before`.
 std::vector<std::string> linesBehind(const std::string& before, const std::string& text)
 {
     std::vector<std::string> result;

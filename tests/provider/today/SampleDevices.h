@@ -22,7 +22,7 @@ Picture present(const std::vector<Device>& devices, const Rules::Selection& rule
 /// Only one rule.
 Rules::Selection only(const char* word);
 
-/// What is offered: names of the nodes, in order.
+/// The offered devices: names of the nodes, in order.
 std::vector<std::string> nodes(const Picture& picture);
 /// The value of a property for each device, in order.
 std::vector<std::string> shown(const Picture& picture, const char* property);

@@ -59,7 +59,7 @@ Device stick(const char* name, const char* label)
     return external(node(name), QStringLiteral("vfat"), QString::fromLatin1(label));
 }
 
-/// What is announced, with what can be read at that moment.
+/// The announcements, with what can be read at that moment.
 class TodaySourceTest : public testing::Test
 {
 protected:

@@ -44,7 +44,7 @@ constexpr const char* UDEVD = "/lib/systemd/systemd-udevd";
 /// The kernel's devices once more, writable: the sandbox's own are not.
 const std::string SYSFS = "/tmp/sysfs";
 
-/// What this machine lacks, or nothing.
+/// The missing prerequisite of this machine, or nothing.
 std::string missingPrerequisite()
 {
     for (const char* program : {UDEVD, "/usr/sbin/sfdisk"}) {
@@ -155,7 +155,7 @@ private:
     std::string _name;
 };
 
-/// What udev announces to those who listen, byte for byte.
+/// The announcements of udev, byte for byte.
 class Announcements
 {
 public:
@@ -200,7 +200,7 @@ private:
     sockaddr_nl _address = {};
 };
 
-/// What the first list has more often than the second.
+/// The elements that the first list has more often than the second.
 std::vector<std::string> difference(std::vector<std::string> first, std::vector<std::string> second)
 {
     std::sort(first.begin(), first.end());

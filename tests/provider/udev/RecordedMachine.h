@@ -26,7 +26,7 @@ public:
     const std::vector<BlockDevice>& devices() const { return _devices; }
     /// The one with this kernel name, with some of udev's properties others than recorded.
     BlockDevice device(const std::string& name, const BlockDevice::Properties& others = {}) const;
-    /// What the file says is shown of the device with this kernel name, line by line.
+    /// The expected properties of the device with this kernel name, line by line, as the file lists them.
     std::vector<std::string> expected(const std::string& name) const { return _expected.at(name); }
     /// Writes an attribute, with its line feed, as the kernel does.
     void setAttribute(const std::string& path, const std::string& value) const;

@@ -53,7 +53,7 @@ public:
         lookAround();
     }
 
-    /// What was lost is looked for, one device in each turn of the event loop.
+    /// Lost announcements are looked for, one device in each turn of the event loop.
     void lookAround()
     {
         constexpr std::size_t TurnsBesides = 3;
@@ -62,7 +62,7 @@ public:
         }
     }
 
-    /// What was said since this was asked last.
+    /// The lines since the last call.
     std::vector<std::string> news() { return std::exchange(said, {}); }
 
     std::vector<std::string> names() const
