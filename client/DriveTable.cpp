@@ -27,7 +27,7 @@ enum Column
 using Row = std::array<std::string, ColumnCount>;
 using Widths = std::array<std::size_t, ColumnCount>;
 
-const Row HEADING{"DIRECTORY", "DEVICE", "TYPE", "LABEL", "MODE", "SIZE", "FREE"};
+const Row Heading{"DIRECTORY", "DEVICE", "TYPE", "LABEL", "MODE", "SIZE", "FREE"};
 
 /// A bind mount shows what of the device it is, as in "/dev/sda1[/home]".
 std::string deviceText(const MountedDrive& mount)
@@ -95,7 +95,7 @@ QJsonObject objectOf(const ListedDrive& drive)
 
 std::string table(const std::vector<ListedDrive>& drives)
 {
-    std::vector<Row> rows{HEADING};
+    std::vector<Row> rows{Heading};
     std::transform(drives.begin(), drives.end(), std::back_inserter(rows), &rowOf);
     const Widths widths = widthsOf(rows);
     std::string result;

@@ -16,7 +16,7 @@ QString ofDevice(const QByteArray& kernelName)
     for (const char byte : kernelName) {
         escaped += isPlain(byte) ? QByteArray(1, byte) : '_' + QByteArray(1, byte).toHex();
     }
-    return DEVICES + QLatin1Char('/') + QString::fromLatin1(escaped);
+    return Devices + QLatin1Char('/') + QString::fromLatin1(escaped);
 }
 
 } // namespace ObjectPath

@@ -10,12 +10,12 @@
 
 namespace {
 
-const std::string ROOT = "/dev/";
+const std::string Root = "/dev/";
 
 } // namespace
 
 DeviceNode::DeviceNode(const std::string& name, dev_t number)
-    : _path(ROOT + name)
+    : _path(Root + name)
     , _number(number)
 {
     makeDirectories();
@@ -37,7 +37,7 @@ DeviceNode::~DeviceNode()
 
 void DeviceNode::makeDirectories()
 {
-    for (size_t end = _path.find('/', ROOT.size()); end != std::string::npos;
+    for (size_t end = _path.find('/', Root.size()); end != std::string::npos;
          end = _path.find('/', end + 1)) {
         const std::string directory = _path.substr(0, end);
         if (FileTree::makeDirectory(directory.c_str(), 0755)) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr quint64 SECTOR = 512;
+constexpr quint64 SectorSize = 512;
 
 using Probe = std::unique_ptr<blkid_struct_probe, decltype(&blkid_free_probe)>;
 
@@ -59,6 +59,6 @@ Identification identify(const std::string& path)
     found.label = bytesOf(probe, "LABEL");
     found.uuid = textOf(probe, "UUID");
     found.tableType = textOf(probe, "PTTYPE");
-    found.size = static_cast<quint64>(blkid_probe_get_size(probe.get())) / SECTOR * SECTOR;
+    found.size = static_cast<quint64>(blkid_probe_get_size(probe.get())) / SectorSize * SectorSize;
     return found;
 }

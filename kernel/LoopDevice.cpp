@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr unsigned LOOP_MAJOR = 7;
+constexpr unsigned LoopMajor = 7;
 /// Somebody else may be quicker to take the device that is free; this often the next one is tried.
-constexpr int ATTEMPTS = 64;
+constexpr int Attempts = 64;
 
 [[noreturn]] void fail(const std::string& what, int error)
 {
@@ -27,7 +27,7 @@ dev_t freeNumber()
     if (number < 0) {
         fail("no free loop device", error);
     }
-    return makedev(LOOP_MAJOR, static_cast<unsigned>(number));
+    return makedev(LoopMajor, static_cast<unsigned>(number));
 }
 
 } // namespace
@@ -35,7 +35,7 @@ dev_t freeNumber()
 LoopDevice::LoopDevice(const std::string& image, const std::string& node)
 {
     const Descriptor file = openFile(image, O_RDWR);
-    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+    for (int attempt = 0; attempt < Attempts; ++attempt) {
         if (attach(freeNumber(), file, node)) {
             return;
         }

@@ -48,7 +48,7 @@ BusReply DeviceTree::answer(const BusCall& call) const
     if (call.path == UDisks::path()) {
         return Dispatch::answer(call, DaemonObject(_source));
     }
-    if (call.path == ObjectPath::DEVICES) {
+    if (call.path == ObjectPath::Devices) {
         return Dispatch::answer(call, DevicesNode(_source));
     }
     const Device* device = _source.find(call.path);

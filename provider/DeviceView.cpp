@@ -7,11 +7,11 @@
 namespace DeviceView {
 namespace {
 
-const QString DEVICE_FILE = QStringLiteral("DeviceFile");
+const QString DeviceFile = QStringLiteral("DeviceFile");
 
 QStringList mountPaths(const Device& device, MountTable& mounts)
 {
-    return mounts.mountPaths(device.number, device.properties.value(DEVICE_FILE).toString());
+    return mounts.mountPaths(device.number, device.properties.value(DeviceFile).toString());
 }
 
 QVariant value(const Device& device, MountTable& mounts, const QString& name, const QString& type)

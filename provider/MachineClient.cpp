@@ -9,14 +9,14 @@
 namespace MachineClient {
 namespace {
 
-constexpr int REFUSED = 1;
-constexpr int NO_PROVIDER = 3;
-const Outcome NOBODY{NO_PROVIDER, "no provider answers on the system bus"};
+constexpr int Refused = 1;
+constexpr int NoProvider = 3;
+const Outcome Nobody{NoProvider, "no provider answers on the system bus"};
 
 QDBusMessage callFor(const CommandLine& line)
 {
     const auto call = [](const char* method) {
-        return QDBusMessage::createMethodCall(UDisks::service(), MachineControl::PATH,
+        return QDBusMessage::createMethodCall(UDisks::service(), MachineControl::Path,
                                               QStringLiteral("org.vorna.vrudisks.Machine"),
                                               QString::fromLatin1(method));
     };
@@ -33,19 +33,19 @@ QDBusMessage callFor(const CommandLine& line)
 Outcome failure(const QDBusError& error)
 {
     if (error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
-        return NOBODY;
+        return Nobody;
     }
     switch (error.type()) {
     case QDBusError::ServiceUnknown:
     case QDBusError::NoReply:
     case QDBusError::Disconnected:
-        return NOBODY;
+        return Nobody;
     case QDBusError::UnknownObject:
     case QDBusError::UnknownMethod:
     case QDBusError::UnknownInterface:
-        return {REFUSED, "the provider that runs serves no simulated machine"};
+        return {Refused, "the provider that runs serves no simulated machine"};
     default:
-        return {REFUSED, error.message().toStdString()};
+        return {Refused, error.message().toStdString()};
     }
 }
 
@@ -54,7 +54,7 @@ Outcome failure(const QDBusError& error)
 Outcome carryOut(const CommandLine& line, const QDBusConnection& bus)
 {
     if (!bus.isConnected()) {
-        return {NO_PROVIDER, "no provider answers: there is no system bus"};
+        return {NoProvider, "no provider answers: there is no system bus"};
     }
     QDBusMessage call = callFor(line);
     call.setAutoStartService(false);

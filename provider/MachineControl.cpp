@@ -7,7 +7,7 @@
 
 #include "provider/Dispatch.h"
 
-const QString MachineControl::PATH = QStringLiteral("/org/vorna/vrudisks/Machine");
+const QString MachineControl::Path = QStringLiteral("/org/vorna/vrudisks/Machine");
 
 MachineControl::MachineControl(MachineSource& machine, const QDBusConnection& bus)
     : _object(machine, [this](const QString& sender) { return mayControl(sender); })

@@ -15,7 +15,7 @@ class MachineControl : public BusEndpoint
     Q_OBJECT
 
 public:
-    static const QString PATH;
+    static const QString Path;
 
     MachineControl(MachineSource& machine, const QDBusConnection& bus);
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr qulonglong SECTOR = 512;
+constexpr qulonglong SectorSize = 512;
 
 QVariantMap generalProperties(const MachineSection& section, const Identification& content, dev_t number)
 {
@@ -24,7 +24,7 @@ QVariantMap generalProperties(const MachineSection& section, const Identificatio
         {QStringLiteral("DeviceMajor"), qlonglong(major(shown))},
         {QStringLiteral("DeviceMinor"), qlonglong(minor(shown))},
         {QStringLiteral("DeviceSize"), qulonglong(content.size)},
-        {QStringLiteral("DeviceBlockSize"), hasMedium || section.isPartition ? SECTOR : qulonglong(0)},
+        {QStringLiteral("DeviceBlockSize"), hasMedium || section.isPartition ? SectorSize : qulonglong(0)},
         {QStringLiteral("DeviceIsDrive"), !section.isPartition},
         {QStringLiteral("DeviceIsPartition"), section.isPartition},
         {QStringLiteral("DeviceIsSystemInternal"), section.isInternal},

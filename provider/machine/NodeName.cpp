@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr int DISKS_A_MAJOR = 16;
-constexpr int NUMBERS_A_DISK = 16;
+constexpr int DisksPerMajor = 16;
+constexpr int NumbersPerDisk = 16;
 
 /// "a" is 0, "z" is 25, "aa" is 26.
 int diskIndex(const QString& letters)
@@ -44,10 +44,10 @@ std::optional<dev_t> NodeName::scsiNumber() const
     static const QRegularExpression form(QStringLiteral("^sd([a-z]{1,3})$"));
     const QRegularExpressionMatch match = form.match(_disk);
     const int disk = match.hasMatch() ? diskIndex(match.captured(1)) : -1;
-    const auto majorIndex = static_cast<size_t>(disk / DISKS_A_MAJOR);
-    if (disk < 0 || majorIndex >= ScsiDisks::Majors.size() || _partition >= NUMBERS_A_DISK) {
+    const auto majorIndex = static_cast<size_t>(disk / DisksPerMajor);
+    if (disk < 0 || majorIndex >= ScsiDisks::Majors.size() || _partition >= NumbersPerDisk) {
         return std::nullopt;
     }
     return makedev(ScsiDisks::Majors.at(majorIndex),
-                   static_cast<unsigned>(disk % DISKS_A_MAJOR * NUMBERS_A_DISK + _partition));
+                   static_cast<unsigned>(disk % DisksPerMajor * NumbersPerDisk + _partition));
 }

@@ -7,7 +7,7 @@ AnnouncedDevice AnnouncedDevice::of(const BlockDevice& block, const Device& devi
         {{QStringLiteral("number"), QString::number(device.number)},
          // A device that comes back under its name is initialised again.
          {QStringLiteral("since"), block.text("USEC_INITIALIZED")},
-         {CONTENT, device.properties.value(QStringLiteral("IdUuid")).toString()},
+         {Content, device.properties.value(QStringLiteral("IdUuid")).toString()},
          {QStringLiteral("file"), device.properties.value(QStringLiteral("LinuxLoopFilename")).toString()}}};
 }
 

@@ -13,7 +13,7 @@ struct AnnouncedDevice
     QMap<QString, QString> identity;
 
     /// The token that changes with what is on the device.
-    inline static const QString CONTENT = QStringLiteral("uuid");
+    inline static const QString Content = QStringLiteral("uuid");
 
     static AnnouncedDevice of(const BlockDevice& block, const Device& device);
 

@@ -19,13 +19,13 @@ int digitsAt(const QString& text, int from)
 /// The text with every number written in one length, so that comparing texts compares numbers.
 QString withEvenNumbers(const QString& text)
 {
-    constexpr int LENGTH = 20;
+    constexpr int Length = 20;
     QString result;
     int at = 0;
     while (at < text.size()) {
         const int digits = digitsAt(text, at);
         const int length = std::max(digits, 1);
-        result += text.mid(at, length).rightJustified(digits > 0 ? LENGTH : 1, QLatin1Char('0'));
+        result += text.mid(at, length).rightJustified(digits > 0 ? Length : 1, QLatin1Char('0'));
         at += length;
     }
     return result;

@@ -8,9 +8,9 @@ constexpr qlonglong Microseconds = 1000000;
 
 /// Kinds of media as udev names them in its properties: which of them a drive takes, and which optical one is
 /// in. In UDisks 1 the names are lower case, those of discs with "optical_" before them.
-constexpr const char* CARDS[] = {"FLASH",      "FLASH_CF",  "FLASH_MS", "FLASH_SM",   "FLASH_SD",
+constexpr const char* Cards[] = {"FLASH",      "FLASH_CF",  "FLASH_MS", "FLASH_SM",   "FLASH_SD",
                                  "FLASH_SDHC", "FLASH_MMC", "FLOPPY",   "FLOPPY_ZIP", "FLOPPY_JAZ"};
-constexpr const char* DISCS[] = {
+constexpr const char* Discs[] = {
     "CD",      "CD_R",       "CD_RW",       "DVD",           "DVD_R",          "DVD_RW",
     "DVD_RAM", "DVD_PLUS_R", "DVD_PLUS_RW", "DVD_PLUS_R_DL", "DVD_PLUS_RW_DL", "BD",
     "BD_R",    "BD_RE",      "HDDVD",       "HDDVD_R",       "HDDVD_RW",       "MO",
@@ -41,14 +41,14 @@ QStringList media(const BlockDevice& device, const Kinds& kinds, const QByteArra
 
 QStringList mediaTaken(const BlockDevice& device)
 {
-    return media(device, CARDS, "ID_DRIVE_", "") + media(device, DISCS, "ID_CDROM_", "optical_");
+    return media(device, Cards, "ID_DRIVE_", "") + media(device, Discs, "ID_CDROM_", "optical_");
 }
 
 /// The most exact name of the medium that is in; a drive for cards says only which it takes.
 QString mediumPresent(const BlockDevice& device, const Sysfs& sysfs)
 {
-    const QStringList kinds = isOptical(device) ? media(device, DISCS, "ID_CDROM_MEDIA_", "optical_")
-                                                : media(device, CARDS, "ID_DRIVE_", "");
+    const QStringList kinds = isOptical(device) ? media(device, Discs, "ID_CDROM_MEDIA_", "optical_")
+                                                : media(device, Cards, "ID_DRIVE_", "");
     return hasMedium(device, sysfs) && !kinds.isEmpty() ? kinds.last() : QString();
 }
 

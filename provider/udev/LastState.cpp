@@ -19,10 +19,10 @@ namespace {
 
 constexpr qint64 LargestFile = 1 << 20;
 
-const QString BOOT = QStringLiteral("boot");
-const QString DEVICES = QStringLiteral("devices");
-const QString PATH = QStringLiteral("path");
-const QString IDENTITY = QStringLiteral("identity");
+const QString BootKey = QStringLiteral("boot");
+const QString DevicesKey = QStringLiteral("devices");
+const QString PathKey = QStringLiteral("path");
+const QString IdentityKey = QStringLiteral("identity");
 
 QString bootId()
 {
@@ -53,12 +53,12 @@ QJsonObject written(const AnnouncedDevice& device)
     for (auto token = device.identity.begin(); token != device.identity.end(); ++token) {
         identity.insert(token.key(), token.value());
     }
-    return {{PATH, device.objectPath}, {IDENTITY, identity}};
+    return {{PathKey, device.objectPath}, {IdentityKey, identity}};
 }
 
 bool isObjectPath(const QString& text)
 {
-    const QString directory = ObjectPath::DEVICES + QLatin1Char('/');
+    const QString directory = ObjectPath::Devices + QLatin1Char('/');
     return text.size() > directory.size() && text.startsWith(directory) &&
            std::all_of(text.begin() + directory.size(), text.end(), [](QChar character) {
                return character == QLatin1Char('_') ||
@@ -68,8 +68,8 @@ bool isObjectPath(const QString& text)
 
 std::optional<AnnouncedDevice> parsed(const QJsonObject& object)
 {
-    AnnouncedDevice result{object.value(PATH).toString(), {}};
-    const QJsonObject identity = object.value(IDENTITY).toObject();
+    AnnouncedDevice result{object.value(PathKey).toString(), {}};
+    const QJsonObject identity = object.value(IdentityKey).toObject();
     for (auto token = identity.begin(); token != identity.end(); ++token) {
         result.identity.insert(token.key(), token.value().toString());
     }
@@ -78,7 +78,7 @@ std::optional<AnnouncedDevice> parsed(const QJsonObject& object)
 
 } // namespace
 
-const char* const LastState::FILE = "/run/vrudisks.state";
+const char* const LastState::DefaultFile = "/run/vrudisks.state";
 
 LastState::LastState(std::string file)
     : _file(std::move(file))
@@ -89,11 +89,11 @@ std::optional<std::vector<AnnouncedDevice>> LastState::read() const
 {
     const QJsonObject state = QJsonDocument::fromJson(readOwn(_file)).object();
     const QString boot = bootId();
-    if (!state.value(DEVICES).isArray() || boot.isEmpty() || state.value(BOOT).toString() != boot) {
+    if (!state.value(DevicesKey).isArray() || boot.isEmpty() || state.value(BootKey).toString() != boot) {
         return std::nullopt;
     }
     std::vector<AnnouncedDevice> result;
-    for (const QJsonValue entry : state.value(DEVICES).toArray()) {
+    for (const QJsonValue entry : state.value(DevicesKey).toArray()) {
         const std::optional<AnnouncedDevice> device = parsed(entry.toObject());
         if (!device) {
             return std::nullopt;
@@ -113,7 +113,7 @@ void LastState::write(const std::vector<AnnouncedDevice>& devices)
         entries.append(written(device));
     }
     const QByteArray content =
-        QJsonDocument(QJsonObject{{BOOT, bootId()}, {DEVICES, entries}}).toJson(QJsonDocument::Compact);
+        QJsonDocument(QJsonObject{{BootKey, bootId()}, {DevicesKey, entries}}).toJson(QJsonDocument::Compact);
     QSaveFile file(QString::fromStdString(_file));
     _isWritten = file.open(QIODevice::WriteOnly) &&
                  file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) &&

@@ -12,9 +12,9 @@
 class LastState
 {
 public:
-    static const char* const FILE;
+    static const char* const DefaultFile;
 
-    explicit LastState(std::string file = FILE);
+    explicit LastState(std::string file = DefaultFile);
 
     /// Nothing if there is none: no file, one that is not this user's own or that others may write to, one of
     /// an earlier session of the machine, or one that is damaged in any way.

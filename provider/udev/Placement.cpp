@@ -43,7 +43,7 @@ bool isOnExternalDevice(const BlockDevice& device, const Sysfs& sysfs)
 }
 
 /// In order: the first that applies decides.
-const Rule RULES[] = {
+const Rule Table[] = {
     {[](auto& device, auto&) { return device.value("UDISKS_SYSTEM") == "1"; }, true,
      "a rule of this machine says so (UDISKS_SYSTEM)"},
     {[](auto& device, auto&) { return device.value("UDISKS_SYSTEM") == "0"; }, false,
@@ -72,8 +72,8 @@ const Rule RULES[] = {
 
 Placement placementOf(const BlockDevice& device, const Sysfs& sysfs)
 {
-    const auto* rule = std::find_if(std::begin(RULES), std::end(RULES),
+    const auto* rule = std::find_if(std::begin(Table), std::end(Table),
                                     [&](const Rule& candidate) { return candidate.applies(device, sysfs); });
-    return rule != std::end(RULES) ? Placement{rule->isInternal, rule->reason}
+    return rule != std::end(Table) ? Placement{rule->isInternal, rule->reason}
                                    : Placement{true, "nothing says that it can be taken away"};
 }

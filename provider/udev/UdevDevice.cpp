@@ -16,7 +16,7 @@ namespace {
 /// The unit of sizes in sysfs and in udev's properties, whatever the disk's own.
 constexpr qulonglong SizeUnit = 512;
 
-const QStringList BY_PATH{QStringLiteral("/dev/disk/by-path/")};
+const QStringList ByPath{QStringLiteral("/dev/disk/by-path/")};
 
 /// For the kernel an optical drive without a disc has some size.
 qulonglong sizeOf(const BlockDevice& device, const Sysfs& sysfs)
@@ -48,7 +48,7 @@ QVariantMap generalProperties(const BlockDevice& device, const Sysfs& sysfs)
         {QStringLiteral("DeviceFile"), device.text("DEVNAME")},
         {QStringLiteral("DeviceFilePresentation"), presentedFile(device)},
         {QStringLiteral("DeviceFileById"), device.linksIn(idDirectories)},
-        {QStringLiteral("DeviceFileByPath"), device.linksIn(BY_PATH)},
+        {QStringLiteral("DeviceFileByPath"), device.linksIn(ByPath)},
         {QStringLiteral("DeviceMajor"), qlonglong(major(device.number()))},
         {QStringLiteral("DeviceMinor"), qlonglong(minor(device.number()))},
         {QStringLiteral("DeviceSize"), sizeOf(device, sysfs)},
@@ -110,14 +110,14 @@ QVariantMap diskProperties(const BlockDevice& disk, const Sysfs& sysfs)
 
 QStringList partitionFlags(const BlockDevice& device)
 {
-    constexpr qulonglong MBR_BOOT = 0x80;
-    constexpr qulonglong GPT_REQUIRED = 1;
+    constexpr qulonglong MbrBoot = 0x80;
+    constexpr qulonglong GptRequired = 1;
     const qulonglong flags = device.number("ID_PART_ENTRY_FLAGS");
     const QByteArray scheme = device.value("ID_PART_ENTRY_SCHEME");
-    if (scheme == "dos" && (flags & MBR_BOOT) != 0) {
+    if (scheme == "dos" && (flags & MbrBoot) != 0) {
         return {QStringLiteral("boot")};
     }
-    if (scheme == "gpt" && (flags & GPT_REQUIRED) != 0) {
+    if (scheme == "gpt" && (flags & GptRequired) != 0) {
         return {QStringLiteral("required")};
     }
     return {};
@@ -218,7 +218,7 @@ std::optional<UdevDevice> shownAs(const BlockDevice& device, const Sysfs& sysfs,
     if (device.value("ID_PART_ENTRY_SCHEME") == "gpt") {
         result.device.partitionAttributes = device.number("ID_PART_ENTRY_FLAGS");
     }
-    result.order = BusOrder::of(device.linksIn(BY_PATH),
+    result.order = BusOrder::of(device.linksIn(ByPath),
                                 properties.value(QStringLiteral("PartitionNumber")).toInt(), device.number());
     result.relatives = relativesOf(device, sysfs);
     return result;

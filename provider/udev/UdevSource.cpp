@@ -233,7 +233,7 @@ bool UdevSource::isReplaced(const ShownDevice& before, const ShownDevice& now, b
 {
     AnnouncedDevice known = before.announced();
     if (isChange) {
-        known.identity.remove(AnnouncedDevice::CONTENT);
+        known.identity.remove(AnnouncedDevice::Content);
     }
     return known.isReplacedBy(now.announced());
 }

@@ -24,13 +24,14 @@ class UdevSource : public DeviceSource
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::seconds PATIENCE{60};
+    static constexpr std::chrono::seconds DefaultPatience{60};
     /// How long udev has to be idle before all devices are looked at again: not while sticks are being
     /// plugged.
-    static constexpr std::chrono::seconds CALM{1};
+    static constexpr std::chrono::seconds DefaultCalm{1};
 
     explicit UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs = Sysfs(), LastState lastState = LastState(),
-                        std::chrono::milliseconds patience = PATIENCE, std::chrono::milliseconds calm = CALM);
+                        std::chrono::milliseconds patience = DefaultPatience,
+                        std::chrono::milliseconds calm = DefaultCalm);
 
     void start() override;
     std::vector<const Device*> devices() const override;

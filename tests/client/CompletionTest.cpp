@@ -11,12 +11,12 @@ using testing::IsSupersetOf;
 
 constexpr int LibraryMissing = 77;
 
-class Completion : public MountedImages
+class CompletionTest : public MountedImagesTest
 {
 protected:
     void SetUp() override
     {
-        MountedImages::SetUp();
+        MountedImagesTest::SetUp();
         if (!IsSkipped() && runProgram({COMPLETE, "vrmountctl", ""}).status == LibraryMissing) {
             GTEST_SKIP() << "bash-completion is not installed";
         }
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(Completion, OffersCommandsAndOptions)
+TEST_F(CompletionTest, OffersCommandsAndOptions)
 {
     EXPECT_THAT(offered({""}), ElementsAre("remount", "send", "list"));
     EXPECT_THAT(offered({"--timeout", "5", "re"}), ElementsAre("remount"));
@@ -51,7 +51,7 @@ TEST_F(Completion, OffersCommandsAndOptions)
     EXPECT_THAT(offered({"--timeout=5", "list", "--"}), ElementsAre("--json"));
 }
 
-TEST_F(Completion, OffersFilesForTheSocket)
+TEST_F(CompletionTest, OffersFilesForTheSocket)
 {
     std::ofstream("/tmp/socket-here").flush();
     EXPECT_THAT(offered({"--socket", "/tmp/socket-h"}), ElementsAre("/tmp/socket-here"));
@@ -59,7 +59,7 @@ TEST_F(Completion, OffersFilesForTheSocket)
     EXPECT_THAT(offered({"--socket=/nowhere/x"}), ElementsAre());
 }
 
-TEST_F(Completion, OffersMountedDirectoriesForARemount)
+TEST_F(CompletionTest, OffersMountedDirectoriesForARemount)
 {
     mount({"-t", "tmpfs", "tmpfs"}, "/media/C:");
     mount({"-t", "tmpfs", "tmpfs"}, "/media/D:");
@@ -76,7 +76,7 @@ TEST_F(Completion, OffersMountedDirectoriesForARemount)
     EXPECT_THAT(offered({"remount", "/media/C:"}), ElementsAre(""));
 }
 
-TEST_F(Completion, OffersMountOptionsOneByOne)
+TEST_F(CompletionTest, OffersMountOptionsOneByOne)
 {
     EXPECT_THAT(offered({"remount", "/media/C:", ""}), IsSupersetOf({"ro", "rw", "ignore_case"}));
     EXPECT_THAT(offered({"remount", "/media/C:", "ro,ig"}), ElementsAre("ro,ignore_case"));

@@ -65,7 +65,7 @@ bool hasSpace(const QJsonObject& row)
     return !row.value(QLatin1String("size")).isNull() && !row.value(QLatin1String("free")).isNull();
 }
 
-class DriveList : public MountedImages
+class DriveListTest : public MountedImagesTest
 {
 protected:
     void mountExt4(const std::string& directory, const std::string& options = "loop")
@@ -78,7 +78,7 @@ protected:
     }
 };
 
-TEST_F(DriveList, ShowsTheKernelsViewOfEachMount)
+TEST_F(DriveListTest, ShowsTheKernelsViewOfEachMount)
 {
     mountNtfs("/media/C:");
     mountExt4("/mnt/My Disk", "loop,ro");
@@ -92,7 +92,7 @@ TEST_F(DriveList, ShowsTheKernelsViewOfEachMount)
     EXPECT_TRUE(isReadOnly(rows[1]));
 }
 
-TEST_F(DriveList, CountsSizesAsTheFileSystemDoes)
+TEST_F(DriveListTest, CountsSizesAsTheFileSystemDoes)
 {
     mountExt4("/mnt/disk");
     const Rows rows = listed();
@@ -105,7 +105,7 @@ TEST_F(DriveList, CountsSizesAsTheFileSystemDoes)
               static_cast<double>(figures.f_bavail * figures.f_frsize));
 }
 
-TEST_F(DriveList, IsATableForPeople)
+TEST_F(DriveListTest, IsATableForPeople)
 {
     mountExt4("/mnt/My Disk", "loop,ro");
     const ClientResult result = run({"list"});
@@ -116,14 +116,14 @@ TEST_F(DriveList, IsATableForPeople)
     EXPECT_THAT(result.output, HasSubstr(" MiB  "));
 }
 
-TEST_F(DriveList, AlignsNamesInAnyScript)
+TEST_F(DriveListTest, AlignsNamesInAnyScript)
 {
     mountExt4("/mnt/\xe6\x97\xa5");
     EXPECT_THAT(run({"list"}).output, testing::StartsWith("DIRECTORY  DEVICE "));
     EXPECT_THAT(run({"list"}).output, HasSubstr("\n/mnt/\xe6\x97\xa5    /dev/loop"));
 }
 
-TEST_F(DriveList, TellsABindMountFromItsDevice)
+TEST_F(DriveListTest, TellsABindMountFromItsDevice)
 {
     mountNtfs("/media/C:");
     mount({"--bind", "/media/C:/sub"}, "/mnt/bound");
@@ -135,7 +135,7 @@ TEST_F(DriveList, TellsABindMountFromItsDevice)
     EXPECT_THAT(run({"list"}).output, HasSubstr(text(rows[0], "device") + "[/sub]"));
 }
 
-TEST_F(DriveList, GivesNoSizesOfOneMountForAnotherThatItHides)
+TEST_F(DriveListTest, GivesNoSizesOfOneMountForAnotherThatItHides)
 {
     mountExt4("/mnt/disk");
     mount({"-t", "tmpfs", "-o", "size=64k", "tmpfs"}, "/mnt/disk");
@@ -145,14 +145,14 @@ TEST_F(DriveList, GivesNoSizesOfOneMountForAnotherThatItHides)
     EXPECT_EQ(rows[1].value(QLatin1String("size")).toInt(), 65536);
 }
 
-TEST_F(DriveList, ShowsANamelessMediumThatLiesOverARoot)
+TEST_F(DriveListTest, ShowsANamelessMediumThatLiesOverARoot)
 {
     mountExt4("/media");
     mount({"--bind", "/mnt"}, "/mnt");
     EXPECT_THAT(column(listed(), "directory"), ElementsAre("/media"));
 }
 
-TEST_F(DriveList, DoesNotWaitForADriverThatHangs)
+TEST_F(DriveListTest, DoesNotWaitForADriverThatHangs)
 {
     mountNtfs("/media/C:");
     mountExt4("/mnt/disk");
@@ -166,7 +166,7 @@ TEST_F(DriveList, DoesNotWaitForADriverThatHangs)
     EXPECT_TRUE(hasSpace(rows[1]));
 }
 
-TEST_F(DriveList, DoesNotLookForAnImageThatLiesOnADriveThatHangs)
+TEST_F(DriveListTest, DoesNotLookForAnImageThatLiesOnADriveThatHangs)
 {
     mountNtfs("/media/C:");
     const pid_t outer = ntfsDriver();
@@ -184,7 +184,7 @@ TEST_F(DriveList, DoesNotLookForAnImageThatLiesOnADriveThatHangs)
     EXPECT_THAT(column(rows, "label"), ElementsAre("Windows", ""));
 }
 
-TEST_F(DriveList, ShowsADeadMountWithoutSizes)
+TEST_F(DriveListTest, ShowsADeadMountWithoutSizes)
 {
     mountNtfs("/media/C:");
     ASSERT_EQ(kill(ntfsDriver(), SIGKILL), 0);
@@ -193,7 +193,7 @@ TEST_F(DriveList, ShowsADeadMountWithoutSizes)
     EXPECT_FALSE(hasSpace(rows[0]));
 }
 
-TEST_F(DriveList, WorksForAnOrdinaryUser)
+TEST_F(DriveListTest, WorksForAnOrdinaryUser)
 {
     mountExt4("/mnt/disk");
     // The checkout may be where only root gets to.
@@ -214,13 +214,13 @@ TEST_F(DriveList, WorksForAnOrdinaryUser)
     fs::remove_all("/dev/disk");
 }
 
-TEST_F(DriveList, SaysThatNothingIsMounted)
+TEST_F(DriveListTest, SaysThatNothingIsMounted)
 {
     EXPECT_EQ(run({"list"}), (ClientResult{0, "", "vrmountctl: nothing is mounted below /media and /mnt\n"}));
     EXPECT_EQ(run({"list", "--json"}), (ClientResult{0, "[\n]\n", ""}));
 }
 
-TEST_F(DriveList, SaysThatItCannotStartAProcess)
+TEST_F(DriveListTest, SaysThatItCannotStartAProcess)
 {
     mountExt4("/mnt/disk");
     fs::copy_file(VRMOUNTCTL, "/tmp/vrmountctl", fs::copy_options::overwrite_existing);
@@ -239,7 +239,7 @@ TEST_F(DriveList, SaysThatItCannotStartAProcess)
               "can be started\n");
 }
 
-TEST_F(DriveList, SaysWhyThereIsNone)
+TEST_F(DriveListTest, SaysWhyThereIsNone)
 {
     // A device node without a device cannot be opened.
     ASSERT_EQ(mknod("/tmp/none", S_IFCHR | S_IRUSR, makedev(0, 99)), 0);
@@ -249,7 +249,7 @@ TEST_F(DriveList, SaysWhyThereIsNone)
     EXPECT_EQ(result.output, "vrmountctl: cannot read /proc/self/mountinfo: No such device or address\n");
 }
 
-TEST_F(DriveList, LeavesTheServicesLogAlone)
+TEST_F(DriveListTest, LeavesTheServicesLogAlone)
 {
     run({"list"});
     EXPECT_EQ(run({"remount", "/media/C:", "ro"}).status, 3);

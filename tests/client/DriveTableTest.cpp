@@ -6,13 +6,13 @@
 
 namespace {
 
-const ListedDrive WINDOWS{
+const ListedDrive Windows{
     {30, "/media/C:", "/dev/sda2", "/", "fuseblk", false}, "Windows", Space{500000000000, 123456789012}};
-const ListedDrive BOUND{{31, "/mnt/My Disk", "/dev/sdb1", "/home", "ext4", true}, "", std::nullopt};
+const ListedDrive Bound{{31, "/mnt/My Disk", "/dev/sdb1", "/home", "ext4", true}, "", std::nullopt};
 
 TEST(DriveTable, AlignsItsColumns)
 {
-    EXPECT_EQ(DriveTable::table({WINDOWS, BOUND}),
+    EXPECT_EQ(DriveTable::table({Windows, Bound}),
               "DIRECTORY     DEVICE            TYPE     LABEL    MODE       SIZE       FREE\n"
               "/media/C:     /dev/sda2         fuseblk  Windows  rw    465.7 GiB  115.0 GiB\n"
               "/mnt/My Disk  /dev/sdb1[/home]  ext4              ro            -          -\n");
@@ -36,7 +36,7 @@ TEST(DriveTable, ShowsHostileNamesAsEscapes)
 
 TEST(DriveTable, GivesScriptsBytesAndTheNamesAsTheyAre)
 {
-    EXPECT_EQ(DriveTable::json({WINDOWS}), R"([
+    EXPECT_EQ(DriveTable::json({Windows}), R"([
     {
         "device": "/dev/sda2",
         "directory": "/media/C:",
@@ -49,7 +49,7 @@ TEST(DriveTable, GivesScriptsBytesAndTheNamesAsTheyAre)
     }
 ]
 )");
-    EXPECT_EQ(DriveTable::json({BOUND}), R"([
+    EXPECT_EQ(DriveTable::json({Bound}), R"([
     {
         "device": "/dev/sdb1",
         "directory": "/mnt/My Disk",

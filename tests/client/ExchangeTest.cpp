@@ -18,7 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-const std::string COMPLAINT = "vrmountctl: the service did not do what it was asked\n";
+const std::string Complaint = "vrmountctl: the service did not do what it was asked\n";
 
 std::string contentOf(const std::string& path)
 {
@@ -27,18 +27,18 @@ std::string contentOf(const std::string& path)
     return content.str();
 }
 
-const ClientResult BUSY{3, "",
+const ClientResult Busy{3, "",
                         "vrmountctl: cannot reach the service at socket: the service is busy and took no "
                         "connection in time\n"};
 
-class TheClient : public ServiceSide
+class ClientTest : public ServiceSideTest
 {
 protected:
     /// Runs a client that nobody serves; it has to end when its time is over and not much later.
     static void expectBusyWithin(const char* timeout, std::chrono::milliseconds bound)
     {
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(run({"--socket", "socket", "--timeout", timeout, "remount", "/media/C:"}), BUSY);
+        EXPECT_EQ(run({"--socket", "socket", "--timeout", timeout, "remount", "/media/C:"}), Busy);
         const auto taken = std::chrono::steady_clock::now() - start;
         EXPECT_GE(taken, bound);
         EXPECT_LT(taken, bound + 3s);
@@ -54,13 +54,13 @@ protected:
     }
 };
 
-TEST_F(TheClient, PrintsTheReplyAndTellsByItsStatusWhatHappened)
+TEST_F(ClientTest, PrintsTheReplyAndTellsByItsStatusWhatHappened)
 {
     const std::vector<std::pair<std::string, ClientResult>> cases{
         {"DONE remount: [/media/C:] with options: [ro]",
          {0, "DONE remount: [/media/C:] with options: [ro]\n", ""}},
-        {"WARNING re-mount path not found: [/x]", {1, "WARNING re-mount path not found: [/x]\n", COMPLAINT}},
-        {"Command invalid: \xff\x1b", {1, "Command invalid: \xff\x1b\n", COMPLAINT}},
+        {"WARNING re-mount path not found: [/x]", {1, "WARNING re-mount path not found: [/x]\n", Complaint}},
+        {"Command invalid: \xff\x1b", {1, "Command invalid: \xff\x1b\n", Complaint}},
         {"",
          {1, "",
           "vrmountctl: the reply is empty: not done as asked; /var/log/vorna/vrmountdrives.log has the "
@@ -71,7 +71,7 @@ TEST_F(TheClient, PrintsTheReplyAndTellsByItsStatusWhatHappened)
     }
 }
 
-TEST_F(TheClient, SendsARemountAsOneRequest)
+TEST_F(ClientTest, SendsARemountAsOneRequest)
 {
     listen();
     Client client({"remount", "/media/C:", "ro,noatime", "--socket", "socket"});
@@ -79,14 +79,14 @@ TEST_F(TheClient, SendsARemountAsOneRequest)
     EXPECT_EQ(client.status(), 0);
 }
 
-TEST_F(TheClient, SendsARequestOfAnyLengthWhole)
+TEST_F(ClientTest, SendsARequestOfAnyLengthWhole)
 {
     for (const std::size_t length : {0U, 1U, 10239U, 10240U, 10241U, 20480U, 32768U}) {
         EXPECT_EQ(exchange(std::string(length, 'x'), "DONE").status, 0) << length;
     }
 }
 
-TEST_F(TheClient, ReadsAReplyThatComesInPieces)
+TEST_F(ClientTest, ReadsAReplyThatComesInPieces)
 {
     listen();
     Client client({"--socket", "socket", "send", "x"});
@@ -100,7 +100,7 @@ TEST_F(TheClient, ReadsAReplyThatComesInPieces)
     EXPECT_EQ(resultOf(client), (ClientResult{0, "DONE" + piece + piece + "\n", ""}));
 }
 
-TEST_F(TheClient, WaitsForTheReplyLongerThanForTheService)
+TEST_F(ClientTest, WaitsForTheReplyLongerThanForTheService)
 {
     listen();
     Client client({"--socket", "socket", "--timeout", "0.5", "send", "x"});
@@ -112,7 +112,7 @@ TEST_F(TheClient, WaitsForTheReplyLongerThanForTheService)
     EXPECT_EQ(client.status(), 0);
 }
 
-TEST_F(TheClient, SaysWhyTheServiceCannotBeReached)
+TEST_F(ClientTest, SaysWhyTheServiceCannotBeReached)
 {
     const auto refusal = [](const std::string& path, const std::string& reason) {
         return ClientResult{3, "", "vrmountctl: cannot reach the service at " + path + ": " + reason + "\n"};
@@ -124,7 +124,7 @@ TEST_F(TheClient, SaysWhyTheServiceCannotBeReached)
     EXPECT_EQ(run({"--socket", "\x1b[2J", "send", "x"}), refusal("\\x1b[2J", "No such file or directory"));
 }
 
-TEST_F(TheClient, SaysThatTheServiceWentAwayInsteadOfReplying)
+TEST_F(ClientTest, SaysThatTheServiceWentAwayInsteadOfReplying)
 {
     listen();
     Client client({"--socket", "socket", "send", "x"});
@@ -134,7 +134,7 @@ TEST_F(TheClient, SaysThatTheServiceWentAwayInsteadOfReplying)
     EXPECT_THAT(result.complaint, HasSubstr("cannot reach the service at socket: the service went away"));
 }
 
-TEST_F(TheClient, SaysThatItsReaderWasKilled)
+TEST_F(ClientTest, SaysThatItsReaderWasKilled)
 {
     listen();
     Client client({"--socket", "socket", "send", "x"});
@@ -146,7 +146,7 @@ TEST_F(TheClient, SaysThatItsReaderWasKilled)
                                               "that reads the reply has ended\n"}));
 }
 
-TEST_F(TheClient, BoundsTheWaitForAPlaceInTheQueue)
+TEST_F(ClientTest, BoundsTheWaitForAPlaceInTheQueue)
 {
     listen(0);
     VORNA::ClientSocket first(AF_UNIX, SOCK_STREAM);
@@ -154,7 +154,7 @@ TEST_F(TheClient, BoundsTheWaitForAPlaceInTheQueue)
     expectBusyWithin("0.2", 200ms);
 }
 
-TEST_F(TheClient, BoundsTheWaitInTheQueueAndWithdrawsItsRequestThen)
+TEST_F(ClientTest, BoundsTheWaitInTheQueueAndWithdrawsItsRequestThen)
 {
     listen();
     expectBusyWithin("0.2", 200ms);
@@ -165,7 +165,7 @@ TEST_F(TheClient, BoundsTheWaitInTheQueueAndWithdrawsItsRequestThen)
     EXPECT_NO_THROW(connection->send(std::string(std::size_t{8} << 20U, 'r'), MSG_NOSIGNAL));
 }
 
-TEST_F(TheClient, BoundsBothWaitsTogether)
+TEST_F(ClientTest, BoundsBothWaitsTogether)
 {
     listen(0);
     VORNA::ClientSocket first(AF_UNIX, SOCK_STREAM);
@@ -174,12 +174,12 @@ TEST_F(TheClient, BoundsBothWaitsTogether)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(waitFor([&] { return !client.isRunning(); }, 1200ms));
     accept()->close();
-    EXPECT_EQ(resultOf(client), BUSY);
+    EXPECT_EQ(resultOf(client), Busy);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 2500ms);
     EXPECT_EQ(serve(""), "");
 }
 
-TEST_F(TheClient, IsServedWhenItGetsItsPlaceInTime)
+TEST_F(ClientTest, IsServedWhenItGetsItsPlaceInTime)
 {
     listen(0);
     VORNA::ClientSocket first(AF_UNIX, SOCK_STREAM);
@@ -190,7 +190,7 @@ TEST_F(TheClient, IsServedWhenItGetsItsPlaceInTime)
     EXPECT_EQ(client.status(), 0);
 }
 
-TEST_F(TheClient, IsServedWhenTheServiceTakesItInTimeAndHoldsItNoLongerThanItMust)
+TEST_F(ClientTest, IsServedWhenTheServiceTakesItInTimeAndHoldsItNoLongerThanItMust)
 {
     for (const char* timeout : {"30", "0"}) {
         listen();
@@ -207,7 +207,7 @@ TEST_F(TheClient, IsServedWhenTheServiceTakesItInTimeAndHoldsItNoLongerThanItMus
     }
 }
 
-TEST_F(TheClient, SendsALongRequestHoweverLongTheServiceTakesToReadIt)
+TEST_F(ClientTest, SendsALongRequestHoweverLongTheServiceTakesToReadIt)
 {
     listen();
     const std::string request(32768, 'x');
@@ -231,7 +231,7 @@ TEST_F(TheClient, SendsALongRequestHoweverLongTheServiceTakesToReadIt)
     EXPECT_EQ(client.status(), 0);
 }
 
-TEST_F(TheClient, RefusesWrongUseWithoutAskingTheService)
+TEST_F(ClientTest, RefusesWrongUseWithoutAskingTheService)
 {
     EXPECT_EQ(
         run({"--socket", "nowhere", "remount", "/a=b"}),
@@ -242,7 +242,7 @@ TEST_F(TheClient, RefusesWrongUseWithoutAskingTheService)
     EXPECT_EQ(run({}), (ClientResult{2, "", "vrmountctl: no command given (see vrmountctl --help)\n"}));
 }
 
-TEST_F(TheClient, ShowsItsHelpAndItsVersion)
+TEST_F(ClientTest, ShowsItsHelpAndItsVersion)
 {
     EXPECT_EQ(run({"--version"}), (ClientResult{0, "vrmountctl 1.1.3\n", ""}));
     const ClientResult help = run({"--help"});
@@ -251,7 +251,7 @@ TEST_F(TheClient, ShowsItsHelpAndItsVersion)
     EXPECT_EQ(help.complaint, "");
 }
 
-TEST_F(TheClient, WorksWithoutStandardStreams)
+TEST_F(ClientTest, WorksWithoutStandardStreams)
 {
     listen();
     Client mute({"--socket", "socket", "send", "x"}, "<&- >&- 2>&-");
@@ -264,7 +264,7 @@ TEST_F(TheClient, WorksWithoutStandardStreams)
     EXPECT_EQ(contentOf("output"), "DONE\n");
 }
 
-TEST_F(TheClient, SaysThatItsOutputCannotBeWritten)
+TEST_F(ClientTest, SaysThatItsOutputCannotBeWritten)
 {
     listen();
     Client client({"--socket", "socket", "send", "x"}, ">/dev/full");
@@ -273,7 +273,7 @@ TEST_F(TheClient, SaysThatItsOutputCannotBeWritten)
     EXPECT_EQ(client.complaint(), "vrmountctl: cannot write the output: No space left on device\n");
 }
 
-TEST_F(TheClient, ShowsNoControlCharactersOnATerminal)
+TEST_F(ClientTest, ShowsNoControlCharactersOnATerminal)
 {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     ASSERT_EQ(grantpt(terminal), 0);

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 /// More than any socket holds: it can be sent only to somebody who reads it.
 const std::string LONG_REPLY(std::size_t{8} << 20U, 'r');
 
-class AnInterruptedClient : public ServiceSide
+class InterruptedClientTest : public ServiceSideTest
 {
 protected:
     /// What Ctrl-C or a closing terminal does: everything in the client's session gets the signal.
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(AnInterruptedClient, LeavesSomebodyToReadTheReply)
+TEST_F(InterruptedClientTest, LeavesSomebodyToReadTheReply)
 {
     listen();
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGKILL}) {
@@ -45,7 +45,7 @@ TEST_F(AnInterruptedClient, LeavesSomebodyToReadTheReply)
     }
 }
 
-TEST_F(AnInterruptedClient, LeavesAReaderThatHoldsNoTerminalAndEndsWithTheReply)
+TEST_F(InterruptedClientTest, LeavesAReaderThatHoldsNoTerminalAndEndsWithTheReply)
 {
     listen();
     Client client({"--socket", "socket", "send", "x"});
@@ -63,7 +63,7 @@ TEST_F(AnInterruptedClient, LeavesAReaderThatHoldsNoTerminalAndEndsWithTheReply)
     EXPECT_TRUE(waitFor([&] { return ClientProcesses::hasEnded(reader); }));
 }
 
-TEST_F(AnInterruptedClient, KeepsItsReaderWhenSignalsReachThatToo)
+TEST_F(InterruptedClientTest, KeepsItsReaderWhenSignalsReachThatToo)
 {
     listen();
     Client client({"--socket", "socket", "send", "x"});
@@ -79,7 +79,7 @@ TEST_F(AnInterruptedClient, KeepsItsReaderWhenSignalsReachThatToo)
     EXPECT_EQ(resultOf(client), (ClientResult{0, "DONE\n", ""}));
 }
 
-TEST_F(AnInterruptedClient, WithdrawsARequestThatTheServiceHasNotTaken)
+TEST_F(InterruptedClientTest, WithdrawsARequestThatTheServiceHasNotTaken)
 {
     listen();
     for (const int signalNumber : {SIGINT, SIGKILL}) {
@@ -90,7 +90,7 @@ TEST_F(AnInterruptedClient, WithdrawsARequestThatTheServiceHasNotTaken)
     }
 }
 
-TEST_F(AnInterruptedClient, WithdrawsARequestThatStillWaitsForItsPlace)
+TEST_F(InterruptedClientTest, WithdrawsARequestThatStillWaitsForItsPlace)
 {
     listen(0);
     VORNA::ClientSocket first(AF_UNIX, SOCK_STREAM);

@@ -8,7 +8,7 @@
 
 namespace {
 
-class MountTable : public testing::Test
+class MountedDriveTest : public testing::Test
 {
 protected:
     std::vector<MountedDrive> read(const std::string& lines) const
@@ -31,7 +31,7 @@ private:
     TemporaryDirectory _directory;
 };
 
-TEST_F(MountTable, ListsWhatIsMountedBelowTheRootsSortedByDirectory)
+TEST_F(MountedDriveTest, ListsWhatIsMountedBelowTheRootsSortedByDirectory)
 {
     EXPECT_THAT(directories("36 22 8:17 / /mnt/sdb1 rw - ext4 /dev/sdb1 rw\n"
                             "35 22 8:18 / /media/D: rw - fuseblk /dev/sdb2 rw\n"
@@ -43,7 +43,7 @@ TEST_F(MountTable, ListsWhatIsMountedBelowTheRootsSortedByDirectory)
                 testing::ElementsAre("/media/C:", "/media/C:/deep", "/media/D:", "/mnt/sdb1"));
 }
 
-TEST_F(MountTable, ListsARootOnlyWhereAMediumLiesOverIt)
+TEST_F(MountedDriveTest, ListsARootOnlyWhereAMediumLiesOverIt)
 {
     EXPECT_THAT(directories("30 22 8:17 / /media rw - vfat /dev/sdb1 rw\n"), testing::ElementsAre("/media"));
     EXPECT_THAT(directories("30 22 8:17 / /mnt rw - vfat /dev/sdb1 rw\n"), testing::ElementsAre("/mnt"));
@@ -51,7 +51,7 @@ TEST_F(MountTable, ListsARootOnlyWhereAMediumLiesOverIt)
     EXPECT_THAT(directories("30 22 0:40 / /media rw - tmpfs tmpfs rw\n"), testing::IsEmpty());
 }
 
-TEST_F(MountTable, KeepsTheKernelsOrderOfMountsOnOneDirectoryThoughItReusesIds)
+TEST_F(MountedDriveTest, KeepsTheKernelsOrderOfMountsOnOneDirectoryThoughItReusesIds)
 {
     std::string lines;
     std::vector<std::string> last;
@@ -71,7 +71,7 @@ TEST_F(MountTable, KeepsTheKernelsOrderOfMountsOnOneDirectoryThoughItReusesIds)
     EXPECT_EQ(devices, first);
 }
 
-TEST_F(MountTable, DecodesBlanksAndTellsABindMountByItsRoot)
+TEST_F(MountedDriveTest, DecodesBlanksAndTellsABindMountByItsRoot)
 {
     const auto drives =
         read("30 22 8:17 /two\\040words\\134 /mnt/My\\040Disk\\011\\012 rw - ext4 /dev/disk\\040one rw\n");
@@ -83,7 +83,7 @@ TEST_F(MountTable, DecodesBlanksAndTellsABindMountByItsRoot)
     EXPECT_EQ(drives[0].type, "ext4");
 }
 
-TEST_F(MountTable, IsReadOnlyWhenTheMountOrItsFileSystemIs)
+TEST_F(MountedDriveTest, IsReadOnlyWhenTheMountOrItsFileSystemIs)
 {
     const std::vector<std::pair<std::string, bool>> cases{
         {"rw,relatime - ext4 /dev/sdb1 rw,errors=remount-ro", false},

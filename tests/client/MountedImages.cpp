@@ -57,21 +57,21 @@ std::string nameOf(const fs::path& process)
 
 } // namespace
 
-void MountedImages::SetUp()
+void MountedImagesTest::SetUp()
 {
     if (const std::string reason = missingPrerequisite(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
 }
 
-void MountedImages::TearDown()
+void MountedImagesTest::TearDown()
 {
     for (auto directory = _directories.rbegin(); directory != _directories.rend(); ++directory) {
         umount2(directory->c_str(), MNT_DETACH);
     }
 }
 
-void MountedImages::mount(std::vector<std::string> arguments, const std::string& directory)
+void MountedImagesTest::mount(std::vector<std::string> arguments, const std::string& directory)
 {
     fs::create_directories(directory);
     arguments.insert(arguments.begin(), "mount");
@@ -83,7 +83,7 @@ void MountedImages::mount(std::vector<std::string> arguments, const std::string&
     _directories.push_back(directory);
 }
 
-pid_t MountedImages::ntfsDriver()
+pid_t MountedImagesTest::ntfsDriver()
 {
     pid_t driver = 0;
     for (const auto& entry : fs::directory_iterator("/proc")) {

@@ -7,7 +7,7 @@
 
 /// A test among real mounts, which it makes itself: in tests/support/sandbox only, skipped with the reason
 /// where something is missing. All mounts go with the test.
-class MountedImages : public testing::Test
+class MountedImagesTest : public testing::Test
 {
 protected:
     void SetUp() override;

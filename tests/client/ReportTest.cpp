@@ -6,7 +6,7 @@ namespace {
 
 using Kind = Exchange::Outcome::Kind;
 
-constexpr const char* NOT_DONE = "the service did not do what it was asked";
+constexpr const char* NotDone = "the service did not do what it was asked";
 
 TEST(Report, TellsScriptsByItsStatusWhatHappened)
 {
@@ -26,9 +26,9 @@ TEST(Report, TellsScriptsByItsStatusWhatHappened)
         {{Kind::Replied, "WARNING re-mount path not found: [/x]"},
          NotDone,
          "WARNING re-mount path not found: [/x]",
-         NOT_DONE},
-        {{Kind::Replied, "NOT DONE"}, NotDone, "NOT DONE", NOT_DONE},
-        {{Kind::Replied, "done"}, NotDone, "done", NOT_DONE},
+         NotDone},
+        {{Kind::Replied, "NOT DONE"}, NotDone, "NOT DONE", NotDone},
+        {{Kind::Replied, "done"}, NotDone, "done", NotDone},
         {{Kind::Replied, ""},
          NotDone,
          "",

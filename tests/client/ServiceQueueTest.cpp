@@ -39,11 +39,11 @@ private:
     rlimit _before = {};
 };
 
-class ServiceQueue : public ServiceSide
+class ServiceQueueTest : public ServiceSideTest
 {
 };
 
-TEST_F(ServiceQueue, HoldsEachClientUntilItIsAccepted)
+TEST_F(ServiceQueueTest, HoldsEachClientUntilItIsAccepted)
 {
     listen();
     const QueuedClient first;
@@ -57,7 +57,7 @@ TEST_F(ServiceQueue, HoldsEachClientUntilItIsAccepted)
     EXPECT_FALSE(waitsInQueue(second.fd));
 }
 
-TEST_F(ServiceQueue, HoldsNobodyOfWhomTheKernelSaysNothing)
+TEST_F(ServiceQueueTest, HoldsNobodyOfWhomTheKernelSaysNothing)
 {
     EXPECT_FALSE(waitsInQueue(-1));
     const int file = open(".", O_RDONLY | O_CLOEXEC);
@@ -70,7 +70,7 @@ TEST_F(ServiceQueue, HoldsNobodyOfWhomTheKernelSaysNothing)
     EXPECT_FALSE(waitsInQueue(client.fd));
 }
 
-TEST_F(ServiceQueue, KeepsNoDescriptors)
+TEST_F(ServiceQueueTest, KeepsNoDescriptors)
 {
     listen();
     const QueuedClient client;

@@ -14,13 +14,13 @@
 
 /// A test that plays the service, with the server side of the socket library. It works in a directory of its
 /// own, because the path of a socket is short.
-class ServiceSide : public testing::Test
+class ServiceSideTest : public testing::Test
 {
 protected:
     using Connection = Poco::SharedPtr<VORNA::ServerSocket>;
 
-    ServiceSide() { std::filesystem::current_path(_directory.path()); }
-    ~ServiceSide() override { std::filesystem::current_path("/"); }
+    ServiceSideTest() { std::filesystem::current_path(_directory.path()); }
+    ~ServiceSideTest() override { std::filesystem::current_path("/"); }
 
     void listen(int backlog = 5)
     {

@@ -130,11 +130,11 @@ struct PolicyRow
     const char* directory; ///< that is made; empty: none
 };
 
-class MountPolicyRow : public testing::TestWithParam<PolicyRow>
+class MountPolicyRowTest : public testing::TestWithParam<PolicyRow>
 {
 };
 
-TEST_P(MountPolicyRow, IsCarriedOutAtTheKernelsDoor)
+TEST_P(MountPolicyRowTest, IsCarriedOutAtTheKernelsDoor)
 {
     KernelDoor::reset();
     const std::string common = "[stick]\nNode = sdb1\nPlugged = false\n";
@@ -151,7 +151,7 @@ TEST_P(MountPolicyRow, IsCarriedOutAtTheKernelsDoor)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    DriveManager, MountPolicyRow,
+    DriveManager, MountPolicyRowTest,
     testing::Values(PolicyRow{"NoType", "IdUsage = filesystem\nIdLabel = A\n", {}, ""},
                     PolicyRow{"Swap", "IdUsage = other\nIdType = swap\n", {}, ""},
                     PolicyRow{"InternalNtfs",
@@ -230,11 +230,11 @@ struct UnrecordedRow
     const char* properties;
 };
 
-class Unrecorded : public testing::TestWithParam<UnrecordedRow>
+class UnrecordedTest : public testing::TestWithParam<UnrecordedRow>
 {
 };
 
-TEST_P(Unrecorded, StaysMountedWhenItIsPulled)
+TEST_P(UnrecordedTest, StaysMountedWhenItIsPulled)
 {
     KernelDoor::reset();
     const MachineProvider devices(
@@ -247,7 +247,7 @@ TEST_P(Unrecorded, StaysMountedWhenItIsPulled)
     EXPECT_THAT(LogWatch::messages(7), testing::Not(Contains(HasSubstr("Trying to"))));
 }
 
-INSTANTIATE_TEST_SUITE_P(DriveManager, Unrecorded,
+INSTANTIATE_TEST_SUITE_P(DriveManager, UnrecordedTest,
                          testing::Values(UnrecordedRow{"ExternalNtfs", "IdType = ntfs\n"},
                                          UnrecordedRow{"InternalNtfs", "Internal = true\nIdType = ntfs\n"},
                                          UnrecordedRow{"InternalVfat", "Internal = true\nIdType = vfat\n"},
@@ -360,11 +360,11 @@ struct HostileRow
     const char* error;
 };
 
-class Hostile : public testing::TestWithParam<HostileRow>
+class HostileNameTest : public testing::TestWithParam<HostileRow>
 {
 };
 
-TEST_P(Hostile, IsNeitherCreatedNorMountedButReported)
+TEST_P(HostileNameTest, IsNeitherCreatedNorMountedButReported)
 {
     KernelDoor::reset();
     LogWatch::expect(std::string("\"ERROR mount: ") + GetParam().error + "\" ");
@@ -380,7 +380,7 @@ TEST_P(Hostile, IsNeitherCreatedNorMountedButReported)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    DriveManager, Hostile,
+    DriveManager, HostileNameTest,
     testing::Values(HostileRow{"AbsoluteLabel", "IdType = ext4\nIdLabel = /etc\n", "Invalid argument"},
                     HostileRow{"ClimbingLabel", "IdType = ext4\nIdLabel = ../etc\n", "Invalid argument"},
                     HostileRow{"ParentLabel", "IdType = vfat\nIdLabel = ..\n", "Invalid argument"},

@@ -66,17 +66,17 @@ struct FormatRow
     std::vector<std::string> partitions;
 };
 
-class MapFormat : public testing::TestWithParam<FormatRow>
+class MapFormatTest : public testing::TestWithParam<FormatRow>
 {
 };
 
-TEST_P(MapFormat, IsRead)
+TEST_P(MapFormatTest, IsRead)
 {
     EXPECT_EQ(partitionsOf(GetParam().map), GetParam().partitions);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    WindowsDrives, MapFormat,
+    WindowsDrives, MapFormatTest,
     testing::Values(
         FormatRow{"VolumeIdAndLetter", "[d]\nSerial=S1\nPartition1=[0000002A]C:\n", {"1 42 S1 C:"}},
         FormatRow{

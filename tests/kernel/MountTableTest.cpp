@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char* TABLE = "20 1 0:5 / / rw - tmpfs tmpfs rw\n"
+constexpr const char* Table = "20 1 0:5 / / rw - tmpfs tmpfs rw\n"
                               "21 20 8:1 / /mnt/sda1 rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
                               "22 20 8:1 /sub /mnt/part rw - ext4 /dev/sda1 rw\n"
                               "23 20 8:1 / /media/a\\040b rw - ext4 /dev/sda1 rw\n"
@@ -26,7 +26,7 @@ std::vector<std::string> pathsOf(dev_t number, const char* node)
 {
     const TemporaryDirectory directory;
     const std::string file = directory.path() + "/mountinfo";
-    std::ofstream(file) << TABLE;
+    std::ofstream(file) << Table;
     std::vector<std::string> result;
     for (const QString& path : MountTable(file.c_str()).mountPaths(number, QString::fromLatin1(node))) {
         result.push_back(path.toStdString());
@@ -75,7 +75,7 @@ TEST(MountTableTest, IsReadAgainAtEveryQuestion)
     const std::string file = directory.path() + "/mountinfo";
     MountTable table(file);
     EXPECT_EQ(table.mounts().size(), 0U);
-    std::ofstream(file) << TABLE;
+    std::ofstream(file) << Table;
     EXPECT_EQ(table.mounts().size(), 10U);
     std::ofstream(file) << "20 1 0:5 / /other rw - tmpfs tmpfs rw\n";
     ASSERT_EQ(table.mounts().size(), 1U);

@@ -17,7 +17,7 @@ namespace {
 
 ProcessResult vrudisks(std::vector<std::string> arguments, const Process::Environment& environment = {})
 {
-    arguments.insert(arguments.begin(), MachineProvider::PROGRAM);
+    arguments.insert(arguments.begin(), MachineProvider::Program);
     return runProgram(arguments, environment);
 }
 
@@ -127,7 +127,7 @@ TEST_F(CommandTest, ReadsFileNamesAndArgumentsAsUtf8WithoutALocale)
     const std::string file = directory.path() + "/ger\xc3\xa4te.ini";
     std::ofstream(file) << "[st\xc3\xbc\x63k]\nNode = sdb1\nPlugged = false\n";
     const Process::Environment noLocale{{"LC_ALL", "C"}};
-    Process provider({MachineProvider::PROGRAM, "--machine", file}, directory.path() + "/output", noLocale);
+    Process provider({MachineProvider::Program, "--machine", file}, directory.path() + "/output", noLocale);
     ASSERT_TRUE(waitFor([&] { return provider.output() == "vrudisks: ready with 0 devices\n"; }))
         << provider.output();
     EXPECT_EQ(vrudisks({"plug", "st\xc3\xbc\x63k"}, noLocale).status, 0);

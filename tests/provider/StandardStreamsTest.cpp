@@ -45,7 +45,7 @@ protected:
         for (unsigned descriptor = 0; descriptor <= 2; ++descriptor) {
             script += isClosed(descriptor) ? " " + std::to_string(descriptor) + ">&-" : "";
         }
-        std::vector<std::string> command{"sh", "-c", script, "sh", MachineProvider::PROGRAM};
+        std::vector<std::string> command{"sh", "-c", script, "sh", MachineProvider::Program};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return command;
     }

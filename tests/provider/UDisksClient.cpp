@@ -10,10 +10,10 @@
 namespace UDisksClient {
 namespace {
 
-const std::string DAEMON_PATH = "/org/freedesktop/UDisks";
-const std::string DAEMON = "org.freedesktop.UDisks";
-const std::string DEVICE = "org.freedesktop.UDisks.Device";
-const std::string PROPERTIES = "org.freedesktop.DBus.Properties";
+const std::string DaemonPath = "/org/freedesktop/UDisks";
+const std::string DaemonInterface = "org.freedesktop.UDisks";
+const std::string DeviceInterface = "org.freedesktop.UDisks.Device";
+const std::string PropertiesInterface = "org.freedesktop.DBus.Properties";
 
 QString qt(const std::string& text)
 {
@@ -27,7 +27,7 @@ std::string nameOf(const QString& objectPath)
 
 std::string pathOf(const std::string& device)
 {
-    return DAEMON_PATH + "/devices/" + device;
+    return DaemonPath + "/devices/" + device;
 }
 
 } // namespace
@@ -35,19 +35,21 @@ std::string pathOf(const std::string& device)
 QDBusMessage call(const std::string& path, const std::string& interface, const std::string& method,
                   const QVariantList& arguments)
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(qt(DAEMON), qt(path), qt(interface), qt(method));
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(qt(DaemonInterface), qt(path), qt(interface), qt(method));
     message.setArguments(arguments);
     return QDBusConnection::systemBus().call(message);
 }
 
 QDBusMessage callDaemon(const std::string& method, const QVariantList& arguments)
 {
-    return call(DAEMON_PATH, DAEMON, method, arguments);
+    return call(DaemonPath, DaemonInterface, method, arguments);
 }
 
 QVariant property(const std::string& device, const std::string& name)
 {
-    const QDBusMessage reply = call(pathOf(device), PROPERTIES, "Get", {qt(DEVICE), qt(name)});
+    const QDBusMessage reply =
+        call(pathOf(device), PropertiesInterface, "Get", {qt(DeviceInterface), qt(name)});
     return reply.arguments().value(0).value<QDBusVariant>().variant();
 }
 
@@ -58,7 +60,7 @@ QString text(const std::string& device, const std::string& name)
 
 QVariantMap allProperties(const std::string& device)
 {
-    const QDBusMessage reply = call(pathOf(device), PROPERTIES, "GetAll", {qt(DEVICE)});
+    const QDBusMessage reply = call(pathOf(device), PropertiesInterface, "GetAll", {qt(DeviceInterface)});
     return qdbus_cast<QVariantMap>(reply.arguments().value(0));
 }
 
@@ -86,10 +88,10 @@ Signals::Signals()
 {
     QDBusConnection bus = QDBusConnection::systemBus();
     for (const char* name : {"DeviceAdded", "DeviceChanged", "DeviceRemoved"}) {
-        bus.connect(qt(DAEMON), qt(DAEMON_PATH), qt(DAEMON), QString::fromLatin1(name), this,
+        bus.connect(qt(DaemonInterface), qt(DaemonPath), qt(DaemonInterface), QString::fromLatin1(name), this,
                     SLOT(daemonSignal(QDBusMessage)));
     }
-    bus.connect(qt(DAEMON), QString(), qt(DEVICE), QStringLiteral("Changed"), this,
+    bus.connect(qt(DaemonInterface), QString(), qt(DeviceInterface), QStringLiteral("Changed"), this,
                 SLOT(deviceSignal(QDBusMessage)));
 }
 

@@ -18,7 +18,7 @@ using testing::HasSubstr;
 
 namespace {
 
-constexpr const char* MACHINE = "[sdb1]\nIdLabel = STICK\nDeviceFileById = /dev/disk/by-id/usb-1\n"
+constexpr const char* Machine = "[sdb1]\nIdLabel = STICK\nDeviceFileById = /dev/disk/by-id/usb-1\n"
                                 "[sda1]\nInternal = true\n"
                                 "[md_d0]\n"
                                 "[late]\nNode = sdc1\nPlugged = false\nIdType = vfat\n";
@@ -50,7 +50,7 @@ protected:
         if (busBeforeMain() == nullptr) {
             GTEST_SKIP() << "dbus-daemon is not installed";
         }
-        provider = std::make_unique<MachineProvider>(MACHINE);
+        provider = std::make_unique<MachineProvider>(Machine);
     }
 
     std::unique_ptr<MachineProvider> provider;
@@ -231,7 +231,7 @@ TEST_F(UDisksServiceTest, GivesWayToTheProviderThatIsThere)
     const TemporaryDirectory directory;
     const std::string file = directory.path() + "/m.ini";
     std::ofstream(file) << "[sdx1]\n";
-    const ProcessResult second = runProgram({MachineProvider::PROGRAM, "--machine", file});
+    const ProcessResult second = runProgram({MachineProvider::Program, "--machine", file});
     EXPECT_EQ(second.status, 1);
     EXPECT_EQ(
         second.output,
@@ -243,7 +243,7 @@ TEST_F(UDisksServiceTest, EndsOnEachSignalWithStatusZero)
 {
     for (const int signalNumber : {SIGTERM, SIGINT}) {
         provider.reset();
-        provider = std::make_unique<MachineProvider>(MACHINE);
+        provider = std::make_unique<MachineProvider>(Machine);
         provider->process().send(signalNumber);
         EXPECT_EQ(provider->process().waitForEnd(), 0);
     }
@@ -254,7 +254,7 @@ TEST_F(UDisksServiceTest, EndsWithTheBus)
     provider.reset();
     const std::string address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS").toStdString();
     auto otherBus = std::make_unique<PrivateBus>();
-    MachineProvider onOtherBus(MACHINE);
+    MachineProvider onOtherBus(Machine);
     otherBus.reset();
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
     EXPECT_EQ(onOtherBus.process().waitForEnd(), 1);

@@ -18,7 +18,7 @@ std::string written(const std::string& file, const std::string& text)
 
 std::vector<std::string> command(const std::string& file, const std::vector<std::string>& options)
 {
-    std::vector<std::string> result = {MachineProvider::PROGRAM, "--machine", file};
+    std::vector<std::string> result = {MachineProvider::Program, "--machine", file};
     result.insert(result.end(), options.begin(), options.end());
     return result;
 }
@@ -39,7 +39,7 @@ void call(const char* method, const std::vector<std::string>& arguments)
 
 } // namespace
 
-const std::string MachineProvider::PROGRAM = VRUDISKS;
+const std::string MachineProvider::Program = VRUDISKS;
 
 MachineProvider::MachineProvider(const std::string& machine, const std::vector<std::string>& options)
     : _process(command(written(_directory.path() + "/machine.ini", machine), options),

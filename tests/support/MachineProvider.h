@@ -26,7 +26,7 @@ public:
 
     Process& process() { return _process; }
 
-    static const std::string PROGRAM;
+    static const std::string Program;
 
 private:
     TemporaryDirectory _directory;

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char* ADDRESS_VARIABLE = "DBUS_SYSTEM_BUS_ADDRESS";
+constexpr const char* AddressVariable = "DBUS_SYSTEM_BUS_ADDRESS";
 
 std::string writeConfiguration(const std::string& directory, const std::string& rules)
 {
@@ -47,12 +47,12 @@ PrivateBus::PrivateBus(const std::string& rules)
     }
     const std::string output = _daemon->output();
     _address = output.substr(0, output.find('\n'));
-    setenv(ADDRESS_VARIABLE, _address.c_str(), 1);
+    setenv(AddressVariable, _address.c_str(), 1);
 }
 
 PrivateBus::~PrivateBus()
 {
-    unsetenv(ADDRESS_VARIABLE);
+    unsetenv(AddressVariable);
 }
 
 bool PrivateBus::isAvailable()

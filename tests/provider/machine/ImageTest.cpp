@@ -297,17 +297,17 @@ TEST_F(ImageTest, FreesTheLoopDeviceEvenWhenItIsKilled)
 
 TEST_F(ImageTest, TakesNobodysLoopDevice)
 {
-    constexpr int COUNT = 16;
+    constexpr int Count = 16;
     const std::string file = ext4();
-    std::vector<std::unique_ptr<LoopDevice>> devices(COUNT);
+    std::vector<std::unique_ptr<LoopDevice>> devices(Count);
     std::vector<std::thread> threads;
-    threads.reserve(COUNT);
-    for (size_t at = 0; at < COUNT; ++at) {
+    threads.reserve(Count);
+    for (size_t at = 0; at < Count; ++at) {
         threads.emplace_back(
             [&, at] { devices[at] = std::make_unique<LoopDevice>(file, "many" + std::to_string(at)); });
     }
     std::set<dev_t> numbers;
-    for (size_t at = 0; at < COUNT; ++at) {
+    for (size_t at = 0; at < Count; ++at) {
         threads[at].join();
         numbers.insert(devices[at]->number());
     }

@@ -86,7 +86,7 @@ TEST_F(LastStateTest, WritesOnlyWhatIsNew)
     fs::remove(file);
     state.write({announced("sda")});
     EXPECT_FALSE(fs::exists(file));
-    state.write({announced("sda", {{AnnouncedDevice::CONTENT, QStringLiteral("1234-ABCD")}})});
+    state.write({announced("sda", {{AnnouncedDevice::Content, QStringLiteral("1234-ABCD")}})});
     EXPECT_TRUE(fs::exists(file));
 }
 

@@ -39,15 +39,15 @@ using testing::Not;
 
 namespace {
 
-constexpr const char* UDEVD = "/lib/systemd/systemd-udevd";
+constexpr const char* UdevDaemon = "/lib/systemd/systemd-udevd";
 
 /// The kernel's devices once more, writable: the sandbox's own are not.
-const std::string SYSFS = "/tmp/sysfs";
+const std::string SysfsCopy = "/tmp/sysfs";
 
 /// The missing prerequisite of this machine, or nothing.
 std::string missingPrerequisite()
 {
-    for (const char* program : {UDEVD, "/usr/sbin/sfdisk"}) {
+    for (const char* program : {UdevDaemon, "/usr/sbin/sfdisk"}) {
         if (!fs::exists(program)) {
             return std::string(program) + " is not installed";
         }
@@ -77,7 +77,7 @@ int freeLoopDevice()
 /// Has the kernel announce a device once more.
 void announceAgain(const std::string& name, const char* action)
 {
-    std::ofstream(fs::path(SYSFS) / "class/block" / name / "uevent") << action;
+    std::ofstream(fs::path(SysfsCopy) / "class/block" / name / "uevent") << action;
 }
 
 /// An image attached by losetup, as a disk with the partitions that are on it; `name` is loop0 or so.
@@ -216,8 +216,8 @@ protected:
     static void SetUpTestSuite()
     {
         unshare(CLONE_NEWNET);
-        fs::create_directories(SYSFS);
-        mount("sysfs", SYSFS.c_str(), "sysfs", 0, nullptr);
+        fs::create_directories(SysfsCopy);
+        mount("sysfs", SysfsCopy.c_str(), "sysfs", 0, nullptr);
     }
 
     void SetUp() override
@@ -245,14 +245,14 @@ protected:
 
     void startUdev()
     {
-        udevd = std::make_unique<Process>(std::vector<std::string>{UDEVD}, directory.path() + "/udevd");
+        udevd = std::make_unique<Process>(std::vector<std::string>{UdevDaemon}, directory.path() + "/udevd");
         ASSERT_TRUE(waitFor([] { return fs::exists("/run/udev/control"); }));
     }
 
     void startProvider()
     {
         // Loop devices are the disks here; without this they would not be offered.
-        const std::vector<std::string> command{MachineProvider::PROGRAM, "--as-is=memory-devices"};
+        const std::vector<std::string> command{MachineProvider::Program, "--as-is=memory-devices"};
         provider = std::make_unique<Process>(command, directory.path() + "/output");
         ASSERT_TRUE(says("ready with")) << provider->output();
     }
