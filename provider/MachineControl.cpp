@@ -13,7 +13,7 @@ MachineControl::MachineControl(MachineSource& machine, const QDBusConnection& bu
     : _object(machine, [this](const QString& sender) { return mayControl(sender); })
     , _bus(bus)
 {
-    _bus.registerVirtualObject(PATH, this);
+    _bus.registerVirtualObject(Path, this);
 }
 
 BusReply MachineControl::answer(const BusCall& call)
