@@ -24,8 +24,7 @@ enum Loglevel : int
 /// bytes or more, the file is renamed to its own name plus ".bak", replacing an earlier backup.
 ///
 /// Never throws and never reports: a line that cannot be written to the file is on standard error only. Lines
-/// longer than 4095 bytes are cut. Lines may be written on any thread; the setters are for the time before
-/// other threads start.
+/// longer than 4095 bytes are cut. All operations may be called from any thread.
 class Logger
 {
 public:
