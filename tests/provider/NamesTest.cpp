@@ -23,7 +23,7 @@ TEST(ObjectPathTest, EscapesEveryByteThatIsNoLetterAndNoDigit)
     }
 }
 
-TEST(NodeNameTest, TellsPartitionsFromDisks)
+TEST(NodeNameTest, DistinguishesPartitionsFromDisks)
 {
     const struct
     {

@@ -176,7 +176,7 @@ TEST_F(UDisksServiceTest, HasThePropertiesOfTheDaemon)
                            {QStringLiteral("SupportsLuksDevices"), false}}));
 }
 
-TEST_F(UDisksServiceTest, TellsOfADeviceThatCanBeReadAndOfItsEnd)
+TEST_F(UDisksServiceTest, AnnouncesADeviceThatCanBeReadAndItsEnd)
 {
     Signals signalLog;
     provider->plug("late");
@@ -188,7 +188,7 @@ TEST_F(UDisksServiceTest, TellsOfADeviceThatCanBeReadAndOfItsEnd)
     EXPECT_THAT(enumerate(), ElementsAre("sdb1", "sda1", "md_5fd0"));
 }
 
-TEST_F(UDisksServiceTest, TellsOfAChangeAtTheDaemonAndAtTheDevice)
+TEST_F(UDisksServiceTest, AnnouncesAChangeAtTheDaemonAndAtTheDevice)
 {
     Signals signalLog;
     provider->set("sdb1", "IdLabel", "NEW%20NAME");

@@ -347,7 +347,7 @@ TEST_F(ServerSocketTest, AnAcceptedConnectionIsClosedWithItsLastReferenceAndRemo
     EXPECT_TRUE(fs::is_socket(Path));
 }
 
-TEST_F(ServerSocketTest, AcceptIsNotCheckedSoThatTheFirstTransferTells)
+TEST_F(ServerSocketTest, AcceptIsNotCheckedSoThatTheFirstTransferReports)
 {
     Poco::SharedPtr<ServerSocket> connection = server.accept();
     ASSERT_FALSE(connection.isNull());

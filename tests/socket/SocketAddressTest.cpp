@@ -5,7 +5,7 @@
 using VORNA::firstAddress;
 using VORNA::hostAndPort;
 
-TEST(SocketAddress, AColonTellsTcpFromAPath)
+TEST(SocketAddress, AColonDistinguishesTcpFromAPath)
 {
     struct Row
     {

@@ -91,7 +91,7 @@ TEST(MachineFileTest, IsAnEmptyMachineWithoutSections)
     EXPECT_TRUE(MachineFile::parse("; nothing\n", "m").empty());
 }
 
-TEST(MachineFileTest, TellsTheFileTheLineTheSectionAndTheKeyOfAnError)
+TEST(MachineFileTest, NamesTheFileTheLineTheSectionAndTheKeyOfAnError)
 {
     const struct
     {
@@ -133,7 +133,7 @@ TEST(MachineFileTest, TellsTheFileTheLineTheSectionAndTheKeyOfAnError)
     }
 }
 
-TEST(MachineFileTest, TellsThatAFileCannotBeRead)
+TEST(MachineFileTest, SaysThatAFileCannotBeRead)
 {
     const TemporaryDirectory directory;
     const auto errorOfReading = [](const std::string& file) -> std::string {

@@ -62,7 +62,7 @@ protected:
 
 } // namespace
 
-TEST_F(MachineSourceTest, TellsNothingOfWhatIsThereFromTheStart)
+TEST_F(MachineSourceTest, AnnouncesNothingThatIsThereFromTheStart)
 {
     EXPECT_THAT(names(), ElementsAre("sdb1", "sda1"));
     EXPECT_THAT(announced, ElementsAre("ready"));
@@ -75,7 +75,7 @@ TEST_F(MachineSourceTest, AddsADeviceInTheOrderOfTheFile)
     EXPECT_THAT(announced, ElementsAre("ready", "added sdc1"));
 }
 
-TEST_F(MachineSourceTest, TellsThatADeviceGoesWhileItIsStillThere)
+TEST_F(MachineSourceTest, AnnouncesThatADeviceGoesWhileItIsStillThere)
 {
     machine->plug(stick);
     machine->unplug(stick);
@@ -113,7 +113,7 @@ TEST_F(MachineSourceTest, RefusesWhatMakesNoSense)
     EXPECT_THAT(announced, ElementsAre("ready"));
 }
 
-TEST_F(MachineSourceTest, TellsWhichImageCannotBeRead)
+TEST_F(MachineSourceTest, SaysWhichImageCannotBeRead)
 {
     std::ofstream(file) << "[sda1]\nImage = none.img\n";
     MachineSource broken(file);

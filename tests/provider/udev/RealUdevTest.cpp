@@ -324,7 +324,7 @@ protected:
 
 } // namespace
 
-TEST_F(RealUdevTest, TellsOfADeviceThatComesWithItsIdentificationAndOfItsEnd)
+TEST_F(RealUdevTest, AnnouncesADeviceWithItsIdentificationAndItsEnd)
 {
     const std::string file =
         image({"mkfs.ext4", "-q", "-L", "MY DATA", "-U", "01234567-89ab-cdef-0123-456789abcdef"});
