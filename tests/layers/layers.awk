@@ -180,8 +180,9 @@ function check_sources(    i, folder) {
 
 function check_libraries(    room) {
     for (room in first_source)
-        if (room in is_room && room !~ /\// && !libraries[room])
-            report(first_source[room], 0, "every room has a library of its own", room "/CMakeLists.txt")
+        if (room in is_room && room !~ /\// && !libraries[room] && !is_word_of(room, programs))
+            report(first_source[room], 0, "every room without a program has a library of its own",
+                room "/CMakeLists.txt")
 }
 
 # --- circles --------------------------------------------------------------------------------------
