@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// What a person asks for.
+/// The request of the user.
 struct Invocation
 {
     enum class Command

@@ -9,7 +9,7 @@
 /// The list of drives as text.
 namespace DriveTable {
 
-/// For people: a heading, then a line for each drive; columns aligned, nothing that could act on a terminal.
+/// For the user: a heading, then a line per drive; columns aligned, nothing that could act on a terminal.
 std::string table(const std::vector<ListedDrive>& drives);
 
 /// For scripts: an array with an object for each drive. Bytes that are not UTF-8 are replaced.

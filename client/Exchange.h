@@ -4,7 +4,7 @@
 
 /// One request and its reply.
 ///
-/// A client that leaves before it has read its reply ends the service, and a person may interrupt the client
+/// A client that leaves before it has read its reply ends the service, and the user may interrupt the client
 /// at any time. So a child process carries out the exchange, in a session of its own and deaf to signals; it
 /// stays behind until the reply is read, whatever becomes of the process that asked.
 namespace Exchange {

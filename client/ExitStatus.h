@@ -1,6 +1,6 @@
 #pragma once
 
-/// What the exit status tells a script.
+/// The exit status, as scripts see it.
 enum ExitStatus : int
 {
     Done = 0,        ///< the reply begins with "DONE"; the drives were listed, the help shown

@@ -24,7 +24,7 @@ constexpr int MaxAnswer = 4096;
     detachStandardStreams();
     int status = 1;
     try {
-        // The mark tells an empty answer from none.
+        // The mark distinguishes an empty answer from a missing one.
         const std::string answer = "=" + question();
         pipe.writeBytes(answer.data(), std::min(static_cast<int>(answer.size()), MaxAnswer));
         status = 0;

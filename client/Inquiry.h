@@ -17,8 +17,8 @@ class Inquiry
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Starts to ask. `question` runs in the other process; an exception there is no answer. Throws
-    /// Poco::SystemException or Poco::CreateFileException without a pipe or process to be had.
+    /// Starts to ask. `question` runs in the other process; an exception there means: no answer. Throws
+    /// Poco::SystemException or Poco::CreateFileException if no pipe or process can be created.
     explicit Inquiry(const std::function<std::string()>& question);
     ~Inquiry();
     Inquiry(const Inquiry&) = delete;

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 // --- asked in a process of its own: each ends with that process, and so does what it opens ---
 
-/// Whether `descriptor` is on the mount itself and not on one that hides it. A kernel that cannot tell is
+/// Whether `descriptor` is on the mount itself and not on one that hides it. A kernel that does not say is
 /// believed.
 bool isOnMount(int descriptor, int mountId)
 {
@@ -68,8 +68,8 @@ std::string decoded(const std::string& name)
     return QByteArray::fromPercentEncoding(percents).toStdString();
 }
 
-/// What the device manager knows; for those who may not read the device. An image lies on a file system that
-/// may hang, and is not looked at here.
+/// The label that the device manager knows, for users who may not read the device. An image lies on a file
+/// system that may hang, and is not looked at here.
 std::string announcedLabel(const std::string& device)
 {
     if (device.rfind("/dev/", 0) != 0) {

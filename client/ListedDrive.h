@@ -14,11 +14,11 @@ struct Space
     std::uint64_t free = 0; ///< bytes that an ordinary user may still write
 };
 
-/// A line of the list: a mount, and what the file system and the device tell about themselves.
+/// A line of the list: a mount, with the space of its file system and the label of its device.
 struct ListedDrive
 {
     MountedDrive mount;
-    std::string label;          ///< as on the medium; empty when there is none or it is not to be had
+    std::string label;          ///< as on the medium; empty when there is none or it cannot be read
     std::optional<Space> space; ///< nothing: hidden below another mount, dead, or not permitted
 };
 

@@ -16,10 +16,10 @@ struct MountedDrive
 
 namespace MountedDrives {
 
-/// What is mounted below /media and /mnt, sorted by directory; mounts on one directory in the order of the
+/// The mounts below /media and /mnt, sorted by directory; mounts on one directory in the order of the
 /// table, in which a later one hides an earlier one.
 /// The two roots themselves count only where the whole of a device lies over them, as a nameless medium does:
-/// a /mnt bound on itself, or a tmpfs, is no drive. `mountTable` is in the form of /proc/self/mountinfo.
+/// a /mnt bound on itself, or a tmpfs, is not a drive. `mountTable` is in the form of /proc/self/mountinfo.
 /// Throws std::system_error if it cannot be read.
 std::vector<MountedDrive> read(const std::string& mountTable = "/proc/self/mountinfo");
 

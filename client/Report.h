@@ -5,7 +5,7 @@
 #include "client/Exchange.h"
 #include "client/ExitStatus.h"
 
-/// What a person is told about an exchange.
+/// The result of an exchange, for the user.
 struct Report
 {
     ExitStatus status = Done;
@@ -13,5 +13,5 @@ struct Report
     std::string complaint; ///< one line for standard error, without its end; empty: nothing
 };
 
-/// The report on what came of a request sent to the socket at `path`.
+/// The report on a request that was sent to the socket at `path`.
 Report reportOn(const Exchange::Outcome& outcome, const std::string& path);

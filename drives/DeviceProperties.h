@@ -31,7 +31,7 @@ public:
     bool isPartitionOfScsiDisk() const;
     /// Whether it holds a file system and is none of the machine's own devices.
     bool isExternal() const;
-    /// What an external file system is called: its label, its UUID when it has none.
+    /// The name of an external file system: its label, or its UUID when it has none.
     QString labelOrUuid() const;
 
 private:

@@ -40,7 +40,7 @@ public:
     QString remountPath(const QString& path, const QString& options);
 
     /// Unmounts every directory directly below the two roots, once each, and removes it; before that, what
-    /// was mounted over a root since this object was made. What was over a root before stays.
+    /// was mounted over a root since this object was made. Mounts that were over a root before stay.
     void shutdown();
 
 private Q_SLOTS:

@@ -20,8 +20,8 @@ QString find(const QString& mounts);
 /// objects in place of text; a map of the largest machine has a few KiB.
 QByteArray read(const QString& path);
 
-/// Replaces the file at `path` by one with `content`. What stands there, a symbolic link too, is replaced as
-/// a whole and never written through. A failure leaves it as it is.
+/// Replaces the file at `path` by one with `content`. Whatever stands there, a symbolic link too, is replaced
+/// as a whole and never written through. A failure leaves it as it is.
 void replace(const QString& path, const QByteArray& content);
 
 /// The partitions by section in the settings' order, then by number. Each is written to the log at debug

@@ -10,7 +10,7 @@ namespace KernelDriver {
 bool mount(const QString& deviceFile, const QString& directory, const QString& type)
 {
     const QString data = MountPolicy::kernelMountData(type);
-    // Kept: no blank after "-t". The line tells a reader what happens; it is never run.
+    // Kept: no blank after "-t". The line shows what happens; it is never run.
     LogText::debug(QStringLiteral("mount -t%1 %2 %3 %4").arg(type, deviceFile, directory, data));
     const MountCalls::Outcome outcome = MountCalls::mountDevice(deviceFile, directory, type, data);
     if (!outcome.succeeded()) {

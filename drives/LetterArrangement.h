@@ -25,8 +25,8 @@ public:
     /// asked for before.
     QString arrange(const DeviceProperties& device);
 
-    /// What a partition's UUID is compared by with the volume ids of the drives map, in hexadecimal: the last
-    /// eight digits for NTFS, the digits without the dash for vfat, empty for any other type.
+    /// The part of a partition's UUID that is compared with the volume ids of the drives map, in hexadecimal:
+    /// the last eight digits for NTFS, the digits without the dash for vfat, empty for any other type.
     static QString matchKey(const QString& idType, const QString& idUuid);
 
     /// Whether a label is that of a Windows boot partition, if the partition holds no Windows: it contains

@@ -83,7 +83,7 @@ QString remount(const QString& deviceFile, const QString& path, const QString& o
     if (run(driverWithOptions(deviceFile, path, options))) {
         return RemountOptions::done(path, options);
     }
-    // Kept: the caller is not told whether the fallback worked; the log holds it.
+    // Kept: the caller does not learn whether the fallback worked; the log has it.
     runReadOnly(deviceFile, path);
     return {};
 }

@@ -1,7 +1,7 @@
 #include "drives/RunningLetter.h"
 
 // Kept: letters that the map hands out are skipped only as far as the walk comes and only while they follow
-// each other in the map's order; and a key that is no number counts as 0, so it equals a record without a
+// each other in the map's order; and a key that is not a number counts as 0, so it equals a record without a
 // volume id.
 QString RunningLetter::walk(const QList<WindowsPartition>& map, const QString& matchKey)
 {

@@ -6,8 +6,8 @@
 #include <sys/types.h>
 
 /// A block device node below /dev, made with the object and removed with it, and so are the directories that
-/// had to be made for it. What was there before is never replaced, and what somebody else put there is not
-/// removed.
+/// had to be made for it. A node that was there before is never replaced, and one that somebody else put
+/// there is not removed.
 class DeviceNode
 {
 public:

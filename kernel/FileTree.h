@@ -18,11 +18,11 @@ bool removeDirectory(const QByteArray& path);
 /// rename(2), which replaces what stands at `to`.
 bool rename(const QByteArray& from, const QByteArray& to);
 
-/// What a path leads to. A kernel that does not tell mounts apart (before 5.8) leaves the first two as they
-/// are.
+/// The place that a path leads to. A kernel that cannot distinguish mounts (before 5.8) leaves the first two
+/// as they are.
 struct Place
 {
-    /// A file or directory is told from every other by the numbers of its device and its inode.
+    /// The numbers of its device and its inode identify a file or directory.
     using Identity = std::pair<std::uint64_t, std::uint64_t>;
 
     std::uint64_t mountId = 0;

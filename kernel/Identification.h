@@ -6,7 +6,7 @@
 #include <QString>
 #include <QtGlobal>
 
-/// What is on a block device or in a disk image, as libblkid recognises it. Empty texts: nothing was
+/// The content of a block device or a disk image, as libblkid recognises it. Empty texts: nothing was
 /// recognised.
 struct Identification
 {

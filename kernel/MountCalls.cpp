@@ -19,7 +19,7 @@ static_assert(RemountFlag == MS_REMOUNT && ReadOnlyFlag == MS_RDONLY);
 
 constexpr std::size_t StackSize = 262144; // 256 KiB
 
-/// A command line, and what came of it.
+/// A command line, and its outcome.
 struct Job
 {
     const char* line = nullptr;
@@ -108,7 +108,8 @@ Outcome detach(const QString& directory)
 }
 
 // system(3) ignores SIGINT and SIGQUIT in the whole process that calls it, so that they would be lost to the
-// service. In a process of its own it ignores them for nobody else, and what it starts gets them as ever.
+// service. In a process of its own it ignores them for nobody else, and the programs that it starts get them
+// as usual.
 Outcome run(const ShellCommand& command)
 {
     const QByteArray line = command.line();

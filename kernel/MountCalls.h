@@ -4,16 +4,16 @@
 
 #include "kernel/ShellCommand.h"
 
-/// Mounting, unmounting and running programs. Each operation makes exactly the call it is named for and hands
-/// back what the call returned; nothing here decides, logs or throws. Paths and texts are passed in
-/// the encoding of file names, so they are the very bytes of the directories that the framework creates.
+/// Mounting, unmounting and running programs. Each operation makes exactly the call it is named for and
+/// returns the result of that call; nothing here decides, logs or throws. Paths and texts are passed in the
+/// encoding of file names, so they are the very bytes of the directories that the framework creates.
 namespace MountCalls {
 
 /// Flags of a remount.
 constexpr unsigned long RemountFlag = 0x20;
 constexpr unsigned long ReadOnlyFlag = 0x1;
 
-/// What a call returned, and `errno` right after it.
+/// The result of a call, and `errno` right after it.
 struct Outcome
 {
     int value = 0;

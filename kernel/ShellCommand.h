@@ -18,9 +18,9 @@ public:
     {
     }
 
-    /// What the log shows.
+    /// As the log shows it.
     const QString& text() const { return _text; }
-    /// What the shell gets, in the encoding of file names.
+    /// As the shell gets it, in the encoding of file names.
     QByteArray line() const;
 
     /// `value` as the shell reads it back unchanged, except that blanks separate words.

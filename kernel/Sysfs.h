@@ -6,8 +6,8 @@
 #include <QByteArrayList>
 #include <QtGlobal>
 
-/// What the kernel says of its devices. A device is named by its path below sysfs: "/devices/.../block/sda".
-/// What cannot be read is empty.
+/// The kernel's view of its devices. A device is named by its path below sysfs: "/devices/.../block/sda".
+/// A value that cannot be read is empty.
 class Sysfs
 {
 public:

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What the shell sees of `vrudisks` (docs/man/vrudisks.8).
+/// The exit statuses of `vrudisks` (docs/man/vrudisks.8).
 namespace ExitStatus {
 
 constexpr int Failed = 1;

@@ -42,8 +42,8 @@ int serve(DeviceSource& source, const Rules::Selection& rules, const QDBusConnec
         if (service.takeName()) {
             note(readyWith(today.devices().size()));
         } else {
-            fail(QStringLiteral("the bus name is not to be had: another provider runs, or the bus does not "
-                                "permit it"),
+            fail(QStringLiteral(
+                     "cannot acquire the bus name: another provider owns it, or the bus does not permit it"),
                  note);
         }
     };

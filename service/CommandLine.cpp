@@ -7,7 +7,7 @@ namespace CommandLine {
 namespace {
 
 /// "log=" may stand anywhere in an argument. Kept: what is left when it is taken out is the level, 0 if that
-/// is no number, so "xlog=7" silences the log.
+/// is not a number, so "xlog=7" silences the log.
 void applyLogLevel(QString argument)
 {
     const QLatin1String word("log=");

@@ -29,7 +29,7 @@ private:
     QProcess _process;
 };
 
-/// What a client that ran to its end left behind.
+/// The output and status of a client that ran to its end.
 struct ClientResult
 {
     int status = -1;

@@ -29,7 +29,7 @@ pid_t parentOf(const fs::path& process)
     return 0;
 }
 
-/// What another process has open as `number`; -1 if that is not permitted.
+/// The file that another process has open as `number`; -1 if that is not permitted.
 int copyOf(pid_t process, int number)
 {
     const long handle = syscall(SYS_pidfd_open, process, 0);

@@ -4,12 +4,12 @@
 
 #include <sys/types.h>
 
-/// What the process table tells about the client and the child that reads its reply.
+/// The process table's view of the client and of the child that reads its reply.
 namespace ClientProcesses {
 
 /// The child of `process`. Waits for it; throws std::runtime_error if there is none within some seconds.
 pid_t childOf(pid_t process);
-/// What descriptor `number` of `process` refers to.
+/// The file that descriptor `number` of `process` refers to.
 std::string descriptor(pid_t process, int number);
 /// The socket of `process`, to be closed, shared with it; -1 without the right to trace it. Waits as
 /// `childOf`.

@@ -22,7 +22,7 @@ protected:
         }
     }
 
-    /// What bash offers after these words of a command line.
+    /// The completions that bash offers after these words of a command line.
     static std::vector<std::string> offered(std::vector<std::string> words)
     {
         words.insert(words.begin(), {COMPLETE, "vrmountctl"});

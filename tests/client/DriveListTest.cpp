@@ -123,7 +123,7 @@ TEST_F(DriveListTest, AlignsNamesInAnyScript)
     EXPECT_THAT(run({"list"}).output, HasSubstr("\n/mnt/\xe6\x97\xa5    /dev/loop"));
 }
 
-TEST_F(DriveListTest, TellsABindMountFromItsDevice)
+TEST_F(DriveListTest, DistinguishesABindMountFromItsDevice)
 {
     mountNtfs("/media/C:");
     mount({"--bind", "/media/C:/sub"}, "/mnt/bound");

@@ -54,7 +54,7 @@ protected:
     }
 };
 
-TEST_F(ClientTest, PrintsTheReplyAndTellsByItsStatusWhatHappened)
+TEST_F(ClientTest, PrintsTheReplyAndShowsByItsStatusWhatHappened)
 {
     const std::vector<std::pair<std::string, ClientResult>> cases{
         {"DONE remount: [/media/C:] with options: [ro]",

@@ -21,7 +21,7 @@ const std::string LONG_REPLY(std::size_t{8} << 20U, 'r');
 class InterruptedClientTest : public ServiceSideTest
 {
 protected:
-    /// What Ctrl-C or a closing terminal does: everything in the client's session gets the signal.
+    /// As Ctrl-C or a closing terminal does it: everything in the client's session gets the signal.
     static void interrupt(Client& client, int signalNumber)
     {
         ASSERT_EQ(kill(-client.id(), signalNumber), 0);

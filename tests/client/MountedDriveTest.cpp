@@ -71,7 +71,7 @@ TEST_F(MountedDriveTest, KeepsTheKernelsOrderOfMountsOnOneDirectoryThoughItReuse
     EXPECT_EQ(devices, first);
 }
 
-TEST_F(MountedDriveTest, DecodesBlanksAndTellsABindMountByItsRoot)
+TEST_F(MountedDriveTest, DecodesBlanksAndRecognisesABindMountByItsRoot)
 {
     const auto drives =
         read("30 22 8:17 /two\\040words\\134 /mnt/My\\040Disk\\011\\012 rw - ext4 /dev/disk\\040one rw\n");

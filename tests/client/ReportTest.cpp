@@ -6,9 +6,9 @@ namespace {
 
 using Kind = Exchange::Outcome::Kind;
 
-constexpr const char* NotDone = "the service did not do what it was asked";
+constexpr const char* Complaint = "the service did not do what it was asked";
 
-TEST(Report, TellsScriptsByItsStatusWhatHappened)
+TEST(Report, ShowsScriptsByItsStatusWhatHappened)
 {
     struct Case
     {
@@ -26,9 +26,9 @@ TEST(Report, TellsScriptsByItsStatusWhatHappened)
         {{Kind::Replied, "WARNING re-mount path not found: [/x]"},
          NotDone,
          "WARNING re-mount path not found: [/x]",
-         NotDone},
-        {{Kind::Replied, "NOT DONE"}, NotDone, "NOT DONE", NotDone},
-        {{Kind::Replied, "done"}, NotDone, "done", NotDone},
+         Complaint},
+        {{Kind::Replied, "NOT DONE"}, NotDone, "NOT DONE", Complaint},
+        {{Kind::Replied, "done"}, NotDone, "done", Complaint},
         {{Kind::Replied, ""},
          NotDone,
          "",

@@ -14,12 +14,12 @@ struct ArrangedPartition
     std::map<std::string, std::string> more = {}; ///< keys of the machine file that differ
 };
 
-/// What start-up is given, and what it makes of it.
+/// The input of start-up, and its result.
 namespace ArrangedPartitions {
 
 /// The machine file with these partitions.
 std::string machine(const std::vector<ArrangedPartition>& partitions);
-/// What UDisks reports of a partition that is found again where it was moved to.
+/// The properties of a partition that is found again where it was moved to.
 std::map<std::string, std::string> mountedAt(const std::string& paths);
 /// Writes the drives map of a mounted Windows.
 void writeMap(const std::string& content);

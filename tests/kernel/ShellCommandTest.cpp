@@ -52,7 +52,7 @@ QList<QByteArray> wordsOf(const QString& value)
     return result;
 }
 
-/// What a real shell prints when it runs `script`.
+/// The output of a real shell that runs `script`.
 QByteArray printedByTheShell(const QByteArray& script)
 {
     // The shell is what is tested here. NOLINTNEXTLINE(cert-env33-c)

@@ -235,7 +235,7 @@ TEST_F(UDisksServiceTest, GivesWayToTheProviderThatIsThere)
     EXPECT_EQ(second.status, 1);
     EXPECT_EQ(
         second.output,
-        "vrudisks: the bus name is not to be had: another provider runs, or the bus does not permit it\n");
+        "vrudisks: cannot acquire the bus name: another provider owns it, or the bus does not permit it\n");
     EXPECT_THAT(enumerate(), testing::Contains("sda1"));
 }
 

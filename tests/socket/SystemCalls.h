@@ -15,7 +15,7 @@ struct Address
 {
     std::string bytes; ///< as many as the caller said the address has
     sa_family_t family() const;
-    /// What follows the address family, without zeros at its end.
+    /// The bytes behind the address family, without zeros at the end.
     std::string data() const;
 };
 
