@@ -1,13 +1,8 @@
 #include "drives/DeviceProperties.h"
 
+#include "interfaces/ScsiDisks.h"
 #include "interfaces/UDisks.h"
 #include "process/StopRequest.h"
-
-namespace {
-
-constexpr qint64 ScsiDiskMajor = 8;
-
-} // namespace
 
 DeviceProperties::DeviceProperties(const QDBusObjectPath& device)
     : _proxy(UDisks::service(), device.path(), QDBusConnection::systemBus())
@@ -17,7 +12,7 @@ DeviceProperties::DeviceProperties(const QDBusObjectPath& device)
 
 bool DeviceProperties::isPartitionOfScsiDisk() const
 {
-    return number("DeviceMajor") == ScsiDiskMajor && flag("DeviceIsPartition");
+    return number("DeviceMajor") == ScsiDisks::FirstMajor && flag("DeviceIsPartition");
 }
 
 bool DeviceProperties::isExternal() const
