@@ -28,7 +28,7 @@ std::vector<std::string> pathsOf(dev_t number, const char* node)
     const std::string file = directory.path() + "/mountinfo";
     std::ofstream(file) << Table;
     std::vector<std::string> result;
-    for (const QString& path : MountTable(file.c_str()).mountPaths(number, QString::fromLatin1(node))) {
+    for (const QString& path : MountTable(file).mountPaths(number, QString::fromLatin1(node))) {
         result.push_back(path.toStdString());
     }
     return result;
