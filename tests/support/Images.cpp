@@ -70,6 +70,15 @@ private:
 
 } // namespace
 
+std::string formatted(const std::string& file, std::vector<std::string> formatter)
+{
+    std::ofstream(file).flush();
+    fs::resize_file(file, 16 << 20);
+    formatter.push_back(file);
+    run(formatter);
+    return file;
+}
+
 std::string blank(const std::string& name)
 {
     fs::create_directories("/tmp/images");

@@ -21,6 +21,10 @@ std::string swap(const std::string& name, const std::string& label);
 /// An image without any file system.
 std::string blank(const std::string& name);
 
+/// A new file of 16 MiB at `file`, wherever that is, after `formatter` was run with it as the last argument.
+/// Returns `file`.
+std::string formatted(const std::string& file, std::vector<std::string> formatter);
+
 /// Marks an NTFS image as left behind by a Windows that sleeps.
 void hibernate(const std::string& image);
 

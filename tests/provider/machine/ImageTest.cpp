@@ -18,6 +18,7 @@
 #include "kernel/LoopDevice.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
+#include "tests/support/Images.h"
 #include "tests/support/MachineProvider.h"
 #include "tests/support/WaitFor.h"
 
@@ -88,13 +89,7 @@ protected:
 
     std::string image(const std::string& name, std::vector<std::string> formatter) const
     {
-        std::string file = directory.path() + "/" + name;
-        std::ofstream(file).flush();
-        fs::resize_file(file, 16 << 20);
-        formatter.push_back(file);
-        const ProcessResult made = runProgram(formatter);
-        EXPECT_EQ(made.status, 0) << made.output;
-        return file;
+        return Images::formatted(directory.path() + "/" + name, std::move(formatter));
     }
 
     std::string ext4(const std::string& label = "DATA") const

@@ -26,6 +26,7 @@
 #include "provider/udev/LibUdev.h"
 #include "tests/provider/UDisksClient.h"
 #include "tests/support/BusBeforeMain.h"
+#include "tests/support/Images.h"
 #include "tests/support/MachineProvider.h"
 #include "tests/support/WaitFor.h"
 
@@ -265,13 +266,8 @@ protected:
     /// Each in a file of its own.
     std::string image(std::vector<std::string> formatter)
     {
-        std::string file = directory.path() + "/image" + std::to_string(++images);
-        std::ofstream(file).flush();
-        fs::resize_file(file, 16 << 20);
-        formatter.push_back(file);
-        const ProcessResult made = runProgram(formatter);
-        EXPECT_EQ(made.status, 0) << made.output;
-        return file;
+        return Images::formatted(directory.path() + "/image" + std::to_string(++images),
+                                 std::move(formatter));
     }
 
     std::string partitionedImage(const std::string& table)
