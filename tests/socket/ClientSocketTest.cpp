@@ -69,7 +69,7 @@ private:
     unsigned int _port = 0;
 };
 
-class ClientSocketTest : public SocketTesting
+class ClientSocketTest : public SocketDirectoryTest
 {
 protected:
     ClientSocket client{AF_UNIX, SOCK_STREAM};

@@ -96,7 +96,7 @@ int connectErrno(const std::string& path)
     return failure.empty() ? 0 : std::stoi(failure.substr(failure.rfind(' ')));
 }
 
-class ServerSocketTest : public SocketTesting
+class ServerSocketTest : public SocketDirectoryTest
 {
 protected:
     void listenAtPath()

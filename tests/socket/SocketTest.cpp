@@ -61,7 +61,7 @@ public:
     std::vector<std::string> calls;
 };
 
-class SocketTest : public SocketTesting
+class SocketTest : public SocketDirectoryTest
 {
 protected:
     ConnectedPair pair;

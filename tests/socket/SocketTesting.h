@@ -66,16 +66,16 @@ private:
 };
 
 /// A test that works with relative paths in a directory of its own: a socket path has room for 14 bytes only.
-class SocketTesting : public testing::Test
+class SocketDirectoryTest : public testing::Test
 {
 protected:
-    SocketTesting()
+    SocketDirectoryTest()
         : _before(std::filesystem::current_path())
     {
         std::filesystem::current_path(_directory.path());
         SystemCalls::reset();
     }
-    ~SocketTesting() override
+    ~SocketDirectoryTest() override
     {
         SystemCalls::reset();
         std::filesystem::current_path(_before);
