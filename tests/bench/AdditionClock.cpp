@@ -22,15 +22,15 @@ AdditionClock::~AdditionClock()
     _thread.wait();
 }
 
-Figures::Clock::time_point AdditionClock::heard() const
+Figures::Clock::time_point AdditionClock::arrival() const
 {
-    if (!waitFor([this] { return _heard != 0; })) {
+    if (!waitFor([this] { return _arrival != 0; })) {
         throw std::runtime_error("no DeviceAdded arrives");
     }
-    return Figures::Clock::time_point(Figures::Clock::duration(_heard));
+    return Figures::Clock::time_point(Figures::Clock::duration(_arrival));
 }
 
 void AdditionClock::note(const QDBusObjectPath& /*device*/)
 {
-    _heard = Figures::Clock::now().time_since_epoch().count();
+    _arrival = Figures::Clock::now().time_since_epoch().count();
 }

@@ -8,7 +8,7 @@
 
 #include "tests/bench/Figures.h"
 
-/// Notes when UDisks' DeviceAdded arrives, on a thread of its own: about when the service hears of it too.
+/// Notes when UDisks' DeviceAdded arrives, on a thread of its own: about when the service receives it too.
 class AdditionClock : public QObject
 {
     Q_OBJECT
@@ -17,15 +17,15 @@ public:
     AdditionClock();
     ~AdditionClock() override;
 
-    void forget() { _heard = 0; }
+    void forget() { _arrival = 0; }
     /// When the signal arrived after the last `forget`; waits for it. Throws std::runtime_error if none
     /// comes.
-    Figures::Clock::time_point heard() const;
+    Figures::Clock::time_point arrival() const;
 
 private Q_SLOTS:
     void note(const QDBusObjectPath& device);
 
 private:
-    std::atomic<Figures::Clock::rep> _heard{0};
+    std::atomic<Figures::Clock::rep> _arrival{0};
     QThread _thread;
 };

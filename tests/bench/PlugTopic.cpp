@@ -40,7 +40,7 @@ double plugged(MachineProvider& provider, AdditionClock& added)
         return Clock::now();
     });
     provider.plug(Stick);
-    const double time = Figures::milliseconds(end.get() - added.heard());
+    const double time = Figures::milliseconds(end.get() - added.arrival());
     provider.unplug(Stick);
     mounted.waitFor(0);
     return time;
