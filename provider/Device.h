@@ -22,6 +22,9 @@ struct Device
     QSet<QString> missing;
     /// The attribute bits of its entry in a GPT partition table; 0 for any other device.
     quint64 partitionAttributes = 0;
+    /// The object paths of the devices that it stands on: a partition's disk, the parts of a mapped device or
+    /// an array. Their properties change when it comes or goes.
+    QStringList basis = {};
 
     /// Its node and the links to it that its properties name.
     QStringList files() const;

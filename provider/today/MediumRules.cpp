@@ -1,6 +1,9 @@
 #include "provider/today/MediumRules.h"
 
+#include <algorithm>
+
 #include <QDBusObjectPath>
+#include <QSet>
 
 #include "provider/today/DeviceTraits.h"
 
@@ -21,13 +24,34 @@ bool isStartingVolume(const Device& device)
     return isEfiSystemPartition(device) || text(device, "IdType") == QLatin1String("iso9660");
 }
 
+bool liesInMemory(const Device& device)
+{
+    constexpr const char* Words[] = {"loop", "zram", "ram"};
+    return std::any_of(std::begin(Words), std::end(Words),
+                       [&](const char* word) { return isNumberedDevice(device, QLatin1String(word)); });
+}
+
+/// Whether the device stands on these and on nothing else.
+bool standsOn(const QSet<QString>& objectPaths, const Device& device)
+{
+    return !device.basis.isEmpty() &&
+           std::all_of(device.basis.begin(), device.basis.end(),
+                       [&](const QString& part) { return objectPaths.contains(part); });
+}
+
 } // namespace
 
-void hideMemoryDevice(Presentation& device, const Circumstances& /*circumstances*/)
+void hideMemoryDevices(Picture& picture, const Circumstances& /*circumstances*/)
 {
-    for (const char* word : {"loop", "zram", "ram"}) {
-        if (isNumberedDevice(device.shown, QLatin1String(word))) {
-            device.isOffered = false;
+    QSet<QString> hidden;
+    // A device may come before what it stands on.
+    for (int before = -1; before < hidden.size();) {
+        before = hidden.size();
+        for (Presentation& device : picture) {
+            if (liesInMemory(device.actual) || standsOn(hidden, device.actual)) {
+                device.isOffered = false;
+                hidden.insert(device.actual.objectPath);
+            }
         }
     }
 }

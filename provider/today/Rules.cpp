@@ -76,7 +76,7 @@ constexpr Rule Table[] = {
     {"memory-devices",
      "It lies in memory or in a file, so it is not a disk of this machine: somebody has set it up on "
      "purpose.",
-     &each<hideMemoryDevice>},
+     &hideMemoryDevices},
     {"rescue-medium",
      "The rescue system runs from it, or it belongs to the medium that the rescue system runs from.",
      &each<hideRescueMedium>},

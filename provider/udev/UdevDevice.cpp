@@ -186,7 +186,7 @@ bool isShown(const BlockDevice& device, const Sysfs& sysfs)
     return device.number() != 0 && !name.startsWith("ram") && !isUnusedLoopDevice && !isLeftOver;
 }
 
-QStringList relativesOf(const BlockDevice& device, const Sysfs& sysfs)
+QStringList basisOf(const BlockDevice& device, const Sysfs& sysfs)
 {
     QStringList result;
     if (device.isPartition()) {
@@ -220,6 +220,6 @@ std::optional<UdevDevice> shownAs(const BlockDevice& device, const Sysfs& sysfs,
     }
     result.order = BusOrder::of(device.linksIn(ByPath),
                                 properties.value(QStringLiteral("PartitionNumber")).toInt(), device.number());
-    result.relatives = relativesOf(device, sysfs);
+    result.device.basis = basisOf(device, sysfs);
     return result;
 }

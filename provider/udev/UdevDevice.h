@@ -12,8 +12,6 @@ struct UdevDevice
 {
     Device device;
     BusOrder order;
-    /// Object paths of devices whose properties change when this one comes or goes.
-    QStringList relatives;
 };
 
 /// Nothing for what UDisks 1 does not show: RAM disks, loop devices without a file, and the partitions that

@@ -242,7 +242,7 @@ void UdevSource::add(const ShownDevice& device)
 {
     _shown.put(device);
     Q_EMIT added(device.path());
-    refresh(device.shown.relatives);
+    refresh(device.shown.device.basis);
 }
 
 void UdevSource::update(const ShownDevice& now, bool isChange)
@@ -267,7 +267,7 @@ void UdevSource::remove(const QString& objectPath)
     removePartitionsOf(gone.block);
     Q_EMIT removed(objectPath);
     _shown.remove(objectPath);
-    refresh(gone.shown.relatives);
+    refresh(gone.shown.device.basis);
 }
 
 void UdevSource::removePartitionsOf(const BlockDevice& disk)

@@ -2,6 +2,7 @@
 
 #include <sys/sysmacros.h>
 
+#include "interfaces/ObjectPath.h"
 #include "provider/today/RescueMedium.h"
 #include "tests/provider/today/FakeSysfs.h"
 #include "tests/provider/today/SampleDevices.h"
@@ -173,4 +174,27 @@ TEST(MemoryDevicesTest, AreNotOffered)
         machine.push_back(device(QString::fromLatin1(node)));
     }
     EXPECT_THAT(nodes(present(machine)), ElementsAre("sda", "loopback", "program1", "dm_2d0", "nbd0"));
+}
+
+TEST(MemoryDevicesTest, AreNotOfferedByAnotherName)
+{
+    const auto on = [](const char* name, const std::vector<const char*>& basis) {
+        Device result = device(QString::fromLatin1(name));
+        for (const char* part : basis) {
+            result.basis += ObjectPath::ofDevice(part);
+        }
+        return result;
+    };
+    const std::vector<Device> machine{on("dm-3", {"dm-0"}),
+                                      on("dm-0", {"loop0", "zram0"}),
+                                      on("md0", {"loop0", "sda"}),
+                                      on("dm-1", {"md0"}),
+                                      on("md1p1", {"md1"}),
+                                      on("md1", {"loop1"}),
+                                      on("loop0", {}),
+                                      on("zram0", {}),
+                                      on("loop1", {}),
+                                      on("sda", {})};
+    EXPECT_THAT(nodes(present(machine)), ElementsAre("md0", "dm_2d1", "sda"));
+    EXPECT_EQ(nodes(present(machine, Rules::allBut({QStringLiteral("memory-devices")}))).size(), machine.size());
 }

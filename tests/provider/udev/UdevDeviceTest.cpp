@@ -4,6 +4,7 @@
 
 #include <QDBusObjectPath>
 
+#include "interfaces/ObjectPath.h"
 #include "kernel/MountTable.h"
 #include "provider/DeviceView.h"
 #include "provider/udev/UdevDevice.h"
@@ -90,6 +91,18 @@ TEST(UdevDeviceTest, IsNotShownWithoutANumber)
     const RecordedMachine machine({"sata"});
     const BlockDevice hidden = machine.device("sda", {{"MAJOR", ""}, {"MINOR", ""}});
     EXPECT_EQ(shown(shownAs(hidden, machine.sysfs(), BootTime)), std::vector<std::string>{"not shown"});
+}
+
+TEST(UdevDeviceTest, StandsOnItsDiskOrOnWhatItIsMappedTo)
+{
+    const RecordedMachine machine({"luks", "multipath"});
+    for (const auto& [name, basis] :
+         {std::pair{"sde1", "sde"}, {"dm-0", "sde1"}, {"dm-3", "sdg"}, {"sde", ""}}) {
+        const auto found = shownAs(machine.device(name), machine.sysfs(), BootTime);
+        const QStringList expected =
+            *basis != '\0' ? QStringList(ObjectPath::ofDevice(basis)) : QStringList();
+        EXPECT_EQ(found->device.basis, expected) << name;
+    }
 }
 
 TEST(UdevDeviceTest, NoticesOnlyAnAnnouncedChangeOfTheMedium)
