@@ -183,6 +183,7 @@ void UdevSource::lookAround()
             remove(device.objectPath);
         }
     }
+    saveState();
     _toLookAt.assign(directories.begin(), directories.end());
     _look.start();
 }
@@ -191,15 +192,18 @@ void UdevSource::lookAround()
 void UdevSource::lookAtNext()
 {
     if (handle(_udev->receive())) {
-        return;
-    }
-    if (_toLookAt.empty()) {
-        _look.stop();
         saveState();
-        return;
+    } else if (_toLookAt.empty()) {
+        _look.stop();
+    } else {
+        lookAt(_toLookAt.front());
+        _toLookAt.pop_front();
+        saveState();
     }
-    const std::string directory = _toLookAt.front();
-    _toLookAt.pop_front();
+}
+
+void UdevSource::lookAt(const std::string& directory)
+{
     if (const std::optional<BlockDevice> block = _udev->deviceIn(directory)) {
         settle(*block, false);
     } else {

@@ -58,6 +58,7 @@ private:
     bool handle(const Udev::Event& event);
     void lookAround();
     void lookAtNext();
+    void lookAt(const std::string& directory);
     void saveState();
 
     void settle(const BlockDevice& block, bool isChange);

@@ -400,6 +400,7 @@ TEST_F(UdevSourceTest, DoesOneThingInEachTurnOfTheEventLoop)
     for (const std::vector<std::string>& turn : turns) {
         QCoreApplication::processEvents();
         EXPECT_EQ(here.news(), turn);
+        EXPECT_EQ(LastState(stateFile).read()->size(), here.source.devices().size());
     }
 }
 
