@@ -120,10 +120,10 @@ const Mount* holding(const QByteArray& path, const std::vector<Mount>& mounts)
     return result;
 }
 
-QByteArray nameBelowMedia(const Mount& mount)
+QByteArray nameBelow(const QByteArray& directory, const Mount& mount)
 {
-    static const QByteArray root = "/media/";
-    const QByteArray name = mount.target.startsWith(root) ? mount.target.mid(root.size()) : QByteArray();
+    const QByteArray start = directory + '/';
+    const QByteArray name = mount.target.startsWith(start) ? mount.target.mid(start.size()) : QByteArray();
     return name.contains('/') ? QByteArray() : name;
 }
 

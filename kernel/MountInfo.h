@@ -30,8 +30,8 @@ std::vector<Mount> parse(const QByteArray& table);
 
 /// The mount that `path` lies on, as far as the table shows it; null for a table without a root.
 const Mount* holding(const QByteArray& path, const std::vector<Mount>& mounts);
-/// The name of a mount point directly below /media; empty for any other.
-QByteArray nameBelowMedia(const Mount& mount);
+/// The name of a mount point directly below `directory`; empty for any other.
+QByteArray nameBelow(const QByteArray& directory, const Mount& mount);
 /// Whether `path` is `directory` or lies below it.
 bool isWithin(const QByteArray& path, const QByteArray& directory);
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "interfaces/ServicePaths.h"
+
 namespace {
 
 bool isOn(const Mount& mount, const Device& device)
@@ -17,7 +19,7 @@ Circumstances Circumstances::of(const std::vector<Mount>& mounts, const BlockSta
 {
     Circumstances result{RescueMedium::of(mounts, blocks), {}};
     for (const Mount& mount : mounts) {
-        const QByteArray name = MountInfo::nameBelowMedia(mount);
+        const QByteArray name = MountInfo::nameBelow(ServicePaths::FinalRoot, mount);
         const auto device = std::find_if(devices.begin(), devices.end(),
                                          [&](const Device* candidate) { return isOn(mount, *candidate); });
         if (!name.isEmpty() && device != devices.end()) {

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/sysmacros.h>
 
+#include "interfaces/ServicePaths.h"
 #include "kernel/Descriptor.h"
 #include "kernel/FileTree.h"
 #include "kernel/MountCalls.h"
@@ -44,8 +45,8 @@ std::vector<Mount> among(const std::vector<Mount>& mounts, const BlockStack& blo
 {
     std::vector<Mount> result;
     for (auto mount = mounts.rbegin(); mount != mounts.rend(); ++mount) {
-        if (blocks.isKnown() && !MountInfo::nameBelowMedia(*mount).isEmpty() && isDriverOnDevice(*mount) &&
-            !blocks.exists(mount->number)) {
+        const bool hasName = !MountInfo::nameBelow(ServicePaths::FinalRoot, *mount).isEmpty();
+        if (blocks.isKnown() && hasName && isDriverOnDevice(*mount) && !blocks.exists(mount->number)) {
             result.push_back(*mount);
         }
     }

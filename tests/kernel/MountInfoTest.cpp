@@ -117,10 +117,10 @@ TEST(MountInfoTest, FindsWhatAPathLiesOn)
     EXPECT_EQ(holding("/run", ""), "nothing");
 }
 
-TEST(MountInfoTest, NamesWhatLiesDirectlyBelowMedia)
+TEST(MountInfoTest, NamesWhatLiesDirectlyBelowADirectory)
 {
     const auto name = [](const char* target) {
-        return MountInfo::nameBelowMedia({1, 0, "/", target, "", ""}).toStdString();
+        return MountInfo::nameBelow("/media", {1, 0, "/", target, "", ""}).toStdString();
     };
     EXPECT_EQ(name("/media/a b"), "a b");
     EXPECT_EQ(name("/media/a/b"), "");
