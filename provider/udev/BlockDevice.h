@@ -16,6 +16,9 @@ public:
     BlockDevice() = default;
     explicit BlockDevice(Properties properties);
 
+    /// Whether udev says the same of both, how they were announced included.
+    bool operator==(const BlockDevice& other) const { return _properties == other._properties; }
+
     /// Below sysfs: "/devices/pci0000:00/.../block/sda/sda1".
     QByteArray path() const { return value("DEVPATH"); }
     /// The kernel's name, as sysfs writes it.

@@ -28,11 +28,16 @@ bool DeviceReader::isThere(const BlockDevice& block) const
     return _sysfs.exists(block.path());
 }
 
+bool DeviceReader::isUnchanged(const ShownDevice& known, const BlockDevice& now) const
+{
+    return known.block == now && known.size == sizeOf(now);
+}
+
 std::optional<ShownDevice> DeviceReader::read(const BlockDevice& block) const
 {
     const std::optional<UdevDevice> shown =
         isFinished(block) ? shownAs(block, _sysfs, _bootTime) : std::nullopt;
-    return shown ? std::make_optional(ShownDevice{block, *shown}) : std::nullopt;
+    return shown ? std::make_optional(ShownDevice{block, sizeOf(block), *shown}) : std::nullopt;
 }
 
 QStringList DeviceReader::unfinished(const std::vector<BlockDevice>& blocks) const
@@ -44,6 +49,11 @@ QStringList DeviceReader::unfinished(const std::vector<BlockDevice>& blocks) con
         }
     }
     return names;
+}
+
+qulonglong DeviceReader::sizeOf(const BlockDevice& block) const
+{
+    return _sysfs.number(block.path(), "size");
 }
 
 /// Whether all is known that can be. Without udev that is what the kernel says.

@@ -11,6 +11,7 @@
 struct ShownDevice
 {
     BlockDevice block;
+    qulonglong size; ///< the kernel's, in units of 512 bytes
     UdevDevice shown;
 
     const QString& path() const { return shown.device.objectPath; }

@@ -188,7 +188,7 @@ void UdevSource::lookAround()
     _look.start();
 }
 
-/// One device at a time, after udev's events. To look at all of them takes a second on a slow machine.
+/// One device at a time, after udev's events.
 void UdevSource::lookAtNext()
 {
     if (handle(_udev->receive())) {
@@ -204,10 +204,12 @@ void UdevSource::lookAtNext()
 
 void UdevSource::lookAt(const std::string& directory)
 {
-    if (const std::optional<BlockDevice> block = _udev->deviceIn(directory)) {
-        settle(*block, false);
-    } else {
+    const std::optional<BlockDevice> block = _udev->deviceIn(directory);
+    const ShownDevice* known = _shown.find(objectPathOf(directory));
+    if (!block) {
         remove(objectPathOf(directory));
+    } else if (known == nullptr || !_reader.isUnchanged(*known, *block)) {
+        settle(*block, false);
     }
 }
 

@@ -25,9 +25,9 @@ class UdevSource : public DeviceSource
 
 public:
     static constexpr std::chrono::seconds DefaultPatience{60};
-    /// How long udev has to be idle before all devices are looked at again: not while sticks are being
-    /// plugged.
-    static constexpr std::chrono::seconds DefaultCalm{1};
+    /// How long udev has to be idle before all devices are looked at again: not while a stick is being
+    /// plugged. The kernel waits a second between a stick and its disk.
+    static constexpr std::chrono::seconds DefaultCalm{3};
 
     explicit UdevSource(std::unique_ptr<Udev> udev, Sysfs sysfs = Sysfs(), LastState lastState = LastState(),
                         std::chrono::milliseconds patience = DefaultPatience,

@@ -425,6 +425,26 @@ TEST_F(UdevSourceTest, KnowsAnotherMediumWhenItLooksAgain)
     EXPECT_THAT(here.news(), ElementsAre("removed sdb1", "added sdb1"));
 }
 
+TEST_F(UdevSourceTest, ReadsAgainInALookOnlyWhatMayHaveChanged)
+{
+    Watched here = run({"sda", "sdb"});
+    here.start();
+    here.news();
+    const auto setReadOnly = [&](const char* name) {
+        machine.setAttribute(device(name).path().toStdString() + "/ro", "1");
+    };
+    setReadOnly("sda");
+    here.settle();
+    EXPECT_EQ(here.shown("sda", "DeviceIsReadOnly"), QVariant(false));
+    machine.setAttribute(device("sda").path().toStdString() + "/size", "8");
+    here.settle();
+    EXPECT_EQ(here.shown("sda", "DeviceIsReadOnly"), QVariant(true));
+    setReadOnly("sdb");
+    here.udev->database.back() = device("sdb", {{"ID_SERIAL", "another"}});
+    here.settle();
+    EXPECT_EQ(here.shown("sdb", "DeviceIsReadOnly"), QVariant(true));
+}
+
 // --- what came and went between two runs
 
 TEST_F(UdevSourceTest, AnnouncesWhatCameAndWentBetweenTwoRunsAfterItIsReady)
