@@ -1,11 +1,9 @@
 #include "drives/DrivesMap.h"
 
-#include <QDir>
-#include <QDirIterator>
 #include <QFile>
-#include <QFileInfo>
 #include <QTemporaryFile>
 
+#include "interfaces/MapFiles.h"
 #include "kernel/FileTree.h"
 #include "log/LogText.h"
 
@@ -13,33 +11,6 @@ namespace DrivesMap {
 namespace {
 
 constexpr qint64 SizeLimit = 4194304; // 4 MiB
-constexpr QDir::Filters RealDirectories = QDir::Dirs | QDir::NoSymLinks | QDir::NoDotAndDotDot;
-constexpr QDir::Filters RealFiles = QDir::Files | QDir::NoSymLinks | QDir::NoDotAndDotDot;
-
-// Kept: QDir::NoSort means the directory object's own order here, which is by name. When two disks carry a
-// map, the first by name has always been the one that is used.
-QFileInfoList directoriesIn(const QString& path, const QStringList& names = {})
-{
-    return QDir(path).entryInfoList(names, RealDirectories, QDir::NoSort);
-}
-
-QString findInTree(const QString& directory)
-{
-    QDirIterator files(directory, RealFiles, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        files.next();
-        if (files.fileName() == QLatin1String("drives.ini")) {
-            return files.filePath();
-        }
-    }
-    return {};
-}
-
-QString findInProgramDirectory(const QString& directory)
-{
-    const QFileInfo vorna(QDir(directory), QStringLiteral("Vorna"));
-    return vorna.isDir() && !vorna.isSymLink() ? findInTree(vorna.absoluteFilePath()) : QString();
-}
 
 /// The settings reader revives objects from values that begin so, from whatever bytes follow. Quotes inside a
 /// value fall away when it is read, so they do not count here either.
@@ -84,15 +55,7 @@ QList<WindowsPartition> partitionsOfGroup(const QSettings& settings)
 
 QString find(const QString& mounts)
 {
-    for (const QFileInfo& mount : directoriesIn(mounts)) {
-        for (const QFileInfo& programs : directoriesIn(mount.absoluteFilePath(), {QStringLiteral("Prog*")})) {
-            QString map = findInProgramDirectory(programs.absoluteFilePath());
-            if (!map.isEmpty()) {
-                return map;
-            }
-        }
-    }
-    return {};
+    return MapFiles::first(mounts, [](const QString&) { return true; });
 }
 
 QByteArray read(const QString& path)

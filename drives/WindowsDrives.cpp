@@ -1,12 +1,13 @@
 #include "drives/WindowsDrives.h"
 
 #include "drives/DrivesMap.h"
+#include "interfaces/MapFiles.h"
 #include "log/LogText.h"
 #include "log/Trace.h"
 
 namespace {
 
-const QString Mounts = QStringLiteral("/mounts");
+const QString Mounts = QLatin1String(MapFiles::Mounts);
 const QString MapCopy = QStringLiteral("/tmp/drives.ini");
 
 } // namespace
