@@ -18,6 +18,7 @@ namespace Images {
 namespace {
 
 constexpr std::uintmax_t ImageSize = 6291456;
+constexpr std::uintmax_t DiskSize = 67108864; // of which the table alone takes room
 
 const Process::Environment Utf8Locale = {{"LC_ALL", "C.UTF-8"}};
 
@@ -119,6 +120,24 @@ std::string swap(const std::string& name, const std::string& label)
     std::string image = blank(name);
     run({"mkswap", "-L", label, image});
     return image;
+}
+
+std::string disk(const std::string& name, const std::string& table)
+{
+    std::string image = blank(name);
+    fs::resize_file(image, DiskSize);
+    const std::string script = image + ".table";
+    Files::write(script, table);
+    run({"sh", "-c", "exec sfdisk --quiet \"$0\" <\"$1\"", image, script});
+    return image;
+}
+
+void put(const std::string& image, const std::string& path, const std::string& file)
+{
+    const OpenNtfs mounted(image);
+    const fs::path target = mounted.path() + "/" + path;
+    fs::create_directories(target.parent_path());
+    fs::copy_file(file, target);
 }
 
 void hibernate(const std::string& image)

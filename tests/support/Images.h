@@ -21,6 +21,11 @@ std::string swap(const std::string& name, const std::string& label);
 /// An image without any file system.
 std::string blank(const std::string& name);
 
+/// A disk with a partition table, as sfdisk(8) understands it, and nothing in its partitions.
+std::string disk(const std::string& name, const std::string& table);
+/// Copies `file` into an NTFS image, to `path` from its root; makes the directories that are missing.
+void put(const std::string& image, const std::string& path, const std::string& file);
+
 /// A new file of 16 MiB at `file`, wherever that is, after `formatter` was run with it as the last argument.
 /// Returns `file`.
 std::string formatted(const std::string& file, std::vector<std::string> formatter);

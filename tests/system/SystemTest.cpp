@@ -89,6 +89,12 @@ void SystemTest::mountForeign(const std::string& directory)
 void MachineTest::start(const std::vector<std::string>& arguments, const Process::Environment& environment)
 {
     machine.start();
+    startService(arguments, environment);
+}
+
+void MachineTest::startService(const std::vector<std::string>& arguments,
+                               const Process::Environment& environment)
+{
     _service = std::make_unique<Service>(arguments, environment);
     ASSERT_TRUE(_service->isReady()) << _service->output();
 }

@@ -45,6 +45,9 @@ protected:
     /// Starts the machine and the service; the test fails if the drives are not arranged then.
     void start(const std::vector<std::string>& arguments = {"log=10"},
                const Process::Environment& environment = {});
+    /// The same on a machine that has been started.
+    void startService(const std::vector<std::string>& arguments = {"log=10"},
+                      const Process::Environment& environment = {});
     /// Ends the service in the usual way.
     void stop();
     Service& service() { return *_service; }
