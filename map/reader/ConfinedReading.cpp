@@ -100,9 +100,9 @@ public:
         if (count > 0) {
             _text.append(piece.data(), static_cast<std::size_t>(count));
         }
-        const bool isTooLong = _text.size() > longest + 1;
-        if (count <= 0 || isTooLong) {
-            _isDone = !isTooLong;
+        _isTooLong = _text.size() > longest + 1;
+        if (count <= 0 || _isTooLong) {
+            _isDone = !_isTooLong;
             _pipe = Descriptor();
         }
     }
@@ -127,7 +127,7 @@ private:
         if (!_isDone) {
             kill(_id, SIGKILL);
             waitpid(_id, &status, WNOHANG);
-            return "took too long";
+            return _isTooLong ? "wrote too much" : "took too long";
         }
         waitpid(_id, &status, 0);
         return WIFSIGNALED(status)
@@ -139,6 +139,7 @@ private:
     Descriptor _pipe;
     std::string _text;
     bool _isDone = false;
+    bool _isTooLong = false;
 };
 
 milliseconds left(Clock::time_point end)

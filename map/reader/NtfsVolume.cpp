@@ -51,6 +51,23 @@ std::string textOf(const ntfschar* name, int length)
     return size < 0 ? std::string() : std::string(text, static_cast<std::size_t>(size));
 }
 
+/// While it lives, names are what they are.
+class CaseSensitive
+{
+public:
+    explicit CaseSensitive(_ntfs_volume* volume)
+        : _volume(volume)
+    {
+        NVolSetCaseSensitive(_volume);
+    }
+    ~CaseSensitive() { _volume->state &= ~(1UL << NV_CaseSensitive); }
+    CaseSensitive(const CaseSensitive&) = delete;
+    CaseSensitive& operator=(const CaseSensitive&) = delete;
+
+private:
+    _ntfs_volume* _volume;
+};
+
 struct Listing
 {
     std::size_t limit;
@@ -63,9 +80,10 @@ int note(void* listing, const ntfschar* name, int length, int nameType, s64 /*po
          unsigned type)
 {
     auto& found = *static_cast<Listing*>(listing);
-    const bool isWanted = type == NTFS_DT_DIR || type == NTFS_DT_REG;
-    if (isWanted && nameType != FILE_NAME_DOS) {
-        found.entries.push_back({textOf(name, length), type == NTFS_DT_DIR, MREF(reference)});
+    std::string text = textOf(name, length);
+    const bool isKnownType = type == NTFS_DT_DIR || type == NTFS_DT_REG;
+    if (isKnownType && nameType != FILE_NAME_DOS && text != "." && text != "..") {
+        found.entries.push_back({std::move(text), type == NTFS_DT_DIR, MREF(reference)});
     }
     return found.entries.size() < found.limit ? 0 : -1;
 }
@@ -104,6 +122,8 @@ std::optional<NtfsVolume::Reference> NtfsVolume::find(Reference start,
 
 std::vector<NtfsVolume::Entry> NtfsVolume::entries(Reference directory, std::size_t limit) const
 {
+    // Without regard to case, names would be listed in lower case.
+    const CaseSensitive exact(_volume);
     Listing found{limit, {}};
     const Inode inode = open(_volume, directory);
     s64 position = 0;

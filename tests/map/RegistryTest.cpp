@@ -69,11 +69,6 @@ TEST_F(RegistryTest, SaysWhenItWasWrittenAndWhetherThatWasDone)
     EXPECT_FALSE(readRegistry(make({"--open"})).isComplete);
 }
 
-TEST_F(RegistryTest, OfAHundredMegabytesIsRead)
-{
-    EXPECT_THAT(drivesOf(make({"--size", "100", "C=hex:01"})), ElementsAre("C 01"));
-}
-
 TEST_F(RegistryTest, RefusesWhatIsNone)
 {
     EXPECT_THROW(readRegistry(file), std::runtime_error);

@@ -5,6 +5,8 @@
 #include <stdexcept>
 
 #include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include "tests/support/Files.h"
 #include "tests/support/KernelMounts.h"
@@ -17,7 +19,6 @@ namespace fs = std::filesystem;
 namespace Images {
 namespace {
 
-constexpr std::uintmax_t ImageSize = 6291456;
 constexpr std::uintmax_t DiskSize = 67108864; // of which the table alone takes room
 
 const Process::Environment Utf8Locale = {{"LC_ALL", "C.UTF-8"}};
@@ -47,7 +48,8 @@ class OpenNtfs
 {
 public:
     explicit OpenNtfs(const std::string& image)
-        : _driver({"ntfs-3g", "-o", "no_detach", image, _directory.path()}, _directory.path() + ".output")
+        : _driver({"ntfs-3g", "-o", "no_detach,compression", image, _directory.path()},
+                  _directory.path() + ".output")
     {
         const auto isMounted = [this] { return KernelMounts::at(_directory.path()).has_value(); };
         if (!waitFor([&] { return isMounted() || !_driver.isRunning(); }) || !isMounted()) {
@@ -69,6 +71,25 @@ private:
     Process _driver;
 };
 
+void compressWhatComesInto(const fs::path& directory)
+{
+    const char compressed[] = {0, 0, 0x08, 0};
+    if (setxattr(directory.c_str(), "system.ntfs_attrib_be", compressed, sizeof compressed, 0) != 0) {
+        throw std::runtime_error("a directory that cannot be compressed");
+    }
+}
+
+/// Whether the file takes less room than it has bytes has to be as it is meant.
+void requireSmaller(const fs::path& file, bool isMeant)
+{
+    constexpr std::int64_t BlockSize = 512;
+    struct stat about = {};
+    const bool isSmaller = stat(file.c_str(), &about) == 0 && about.st_blocks * BlockSize < about.st_size;
+    if (isSmaller != isMeant) {
+        throw std::runtime_error("a file that is not stored as it is meant");
+    }
+}
+
 } // namespace
 
 std::string formatted(const std::string& file, std::vector<std::string> formatter)
@@ -85,14 +106,15 @@ std::string blank(const std::string& name)
     fs::create_directories("/tmp/images");
     std::string image = "/tmp/images/" + name;
     Files::write(image, "");
-    fs::resize_file(image, ImageSize);
+    fs::resize_file(image, UsualSize);
     return image;
 }
 
 std::string ntfs(const std::string& name, const std::string& label, const Entries& entries,
-                 const std::string& serial)
+                 const std::string& serial, std::uintmax_t size)
 {
     std::string image = blank(name);
+    fs::resize_file(image, size);
     run({"mkfs.ntfs", "-F", "-Q", "-q", "-L", label, image});
     if (!serial.empty()) {
         run({"ntfslabel", "--new-serial=" + serial, image});
@@ -132,12 +154,20 @@ std::string disk(const std::string& name, const std::string& table)
     return image;
 }
 
-void put(const std::string& image, const std::string& path, const std::string& file)
+void put(const std::string& image, const std::string& path, const std::string& file, Stored stored)
 {
     const OpenNtfs mounted(image);
-    const fs::path target = mounted.path() + "/" + path;
+    fs::path target = mounted.path() + "/" + path;
     fs::create_directories(target.parent_path());
-    fs::copy_file(file, target);
+    if (stored == Stored::Compressed) {
+        compressWhatComesInto(target.parent_path());
+    }
+    if (stored == Stored::Link) {
+        fs::create_symlink(target.filename().string() + ".copy", target);
+        target += ".copy";
+    }
+    run({"cp", stored == Stored::Sparse ? "--sparse=always" : "--sparse=never", file, target});
+    requireSmaller(target, stored == Stored::Compressed || stored == Stored::Sparse);
 }
 
 void hibernate(const std::string& image)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,9 +12,12 @@ namespace Images {
 /// path. Parents come before what is in them.
 using Entries = std::vector<std::string>;
 
+/// Bytes, unless another size is asked for.
+constexpr std::uintmax_t UsualSize = 6291456;
+
 /// `serial` is the volume's serial number in 16 hexadecimal digits, a random one by default.
 std::string ntfs(const std::string& name, const std::string& label, const Entries& entries = {},
-                 const std::string& serial = {});
+                 const std::string& serial = {}, std::uintmax_t size = UsualSize);
 /// An empty `uuid` stands for a random one.
 std::string ext4(const std::string& name, const std::string& label, const Entries& entries = {},
                  const std::string& uuid = {});
@@ -23,8 +27,18 @@ std::string blank(const std::string& name);
 
 /// A disk with a partition table, as sfdisk(8) understands it, and nothing in its partitions.
 std::string disk(const std::string& name, const std::string& table);
+
+enum class Stored
+{
+    Plain,
+    Compressed, ///< by NTFS itself
+    Sparse,     ///< without what is zero
+    Link,       ///< a symbolic link to a copy beside it
+};
+
 /// Copies `file` into an NTFS image, to `path` from its root; makes the directories that are missing.
-void put(const std::string& image, const std::string& path, const std::string& file);
+void put(const std::string& image, const std::string& path, const std::string& file,
+         Stored stored = Stored::Plain);
 
 /// A new file of 16 MiB at `file`, wherever that is, after `formatter` was run with it as the last argument.
 /// Returns `file`.

@@ -1,78 +1,22 @@
-#include <filesystem>
+#include <algorithm>
+#include <map>
 
 #include "tests/support/Files.h"
-#include "tests/support/Hives.h"
 #include "tests/support/Images.h"
 #include "tests/support/KernelMounts.h"
-#include "tests/system/SystemTest.h"
-
-namespace fs = std::filesystem;
+#include "tests/system/WindowsMachine.h"
 
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
-
-namespace {
-
-const std::string Map = "/mounts/windows/Programs/Vorna/drives.ini";
-
-/// Offsets of the partitions of `mbrDisk`, in bytes.
-constexpr int First = 2048 * 512;
-constexpr int Second = 20480 * 512;
-constexpr int Logical = 43008 * 512;
-
-std::string mbrDisk(const std::string& name, const std::string& signature)
-{
-    return Images::disk(name, "label: dos\nlabel-id: 0x" + signature +
-                                  "\nstart=2048,size=16384,type=7\nstart=20480,size=16384,type=7\n"
-                                  "start=40960,size=80000,type=5\nstart=43008,size=16384,type=7\n");
-}
-
-std::string mbr(const std::string& letter, const std::string& signature, int offset)
-{
-    return letter + "=mbr:" + signature + ":" + std::to_string(offset);
-}
-
-/// An NTFS image with a Windows whose registry has these letters.
-std::string windows(const std::string& name, const std::string& serial,
-                    const std::vector<std::string>& settings,
-                    const std::string& place = "Windows/System32/config/SYSTEM")
-{
-    const std::string image = Images::ntfs(name, name, {}, serial);
-    Images::put(image, place, Hives::make("/tmp/images/" + name + ".hive", settings));
-    return image;
-}
-
-} // namespace
 
 /// The program that writes the drives map, and the service that reads it.
-class WindowsLettersTest : public MachineTest
+class WindowsLettersTest : public WindowsMachineTest
 {
 protected:
-    static ProcessResult drivesMap(std::vector<std::string> options = {"--write"})
+    /// The service ends, and so does the machine.
+    void end()
     {
-        options.insert(options.begin(), VRDRIVESMAP);
-        return runProgram(options);
-    }
-
-    /// Both programs, as at the start of the live system.
-    void startWithMap()
-    {
-        machine.start();
-        const ProcessResult result = drivesMap();
-        EXPECT_EQ(result.status, 0) << result.output;
-        startService();
-    }
-
-    /// A Windows on the second partition whose registry knows all of them.
-    void addPc()
-    {
-        machine.addInternal("sda", mbrDisk("disk", "1234abcd"));
-        machine.addInternal("sda1", Images::ntfs("one", "Data", {}, "5A3C1F2000000001"));
-        machine.addInternal("sda2", windows("two", "5A3C1F2000000002",
-                                            {mbr("C", "1234abcd", Second), mbr("D", "99999999", First),
-                                             mbr("E", "1234abcd", Logical), mbr("G", "1234abcd", First)}));
-        machine.addInternal("sda5", Images::ntfs("five", "Logical", {}, "5A3C1F2000000005"));
+        stop();
+        machine = Machine();
     }
 };
 
@@ -89,15 +33,61 @@ TEST_F(WindowsLettersTest, AreThoseOfTheRegistry)
     stop();
 }
 
-TEST_F(WindowsLettersTest, AreShownInATable)
+TEST_F(WindowsLettersTest, AreFoundOnAGpt)
+{
+    machine.addInternal(
+        "nvme0n1", Images::disk("gpt", "label: gpt\n"
+                                       "start=2048,size=16384,uuid=0123ABCD-1122-3344-5566-778899AABBCC\n"
+                                       "start=20480,size=16384,uuid=0123ABCD-1122-3344-5566-778899AABBCD\n"));
+    machine.addInternal("nvme0n1p1", Images::ntfs("data", "Data", {}, "5A3C1F2000000001"),
+                        {"DeviceMajor = 8"});
+    machine.addInternal(
+        "nvme0n1p2",
+        windows("os", "5A3C1F2000000002",
+                {"C=gpt:0123ABCD-1122-3344-5566-778899AABBCD", "K=gpt:0123ABCD-1122-3344-5566-778899AABBCC"}),
+        {"DeviceMajor = 8"});
+    startWithMap();
+    EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), "/dev/nvme0n1p2");
+    EXPECT_EQ(KernelMounts::sourceAt("/media/K:"), "/dev/nvme0n1p1");
+    stop();
+}
+
+/// The partitions of a PC in any order, with a Linux and a partition without a letter.
+TEST_F(WindowsLettersTest, AreNeverGivenTwiceWhateverTheOrderOfThePartitions)
+{
+    const std::string table = disk();
+    const std::map<std::string, std::string> images{
+        {"sda1", Images::ntfs("one", "Data", {}, "5A3C1F2000000001")},
+        {"sda2", windows("two", "5A3C1F2000000002", {drive("C", Place::Second), drive("D", Place::First)})},
+        {"sda5", Images::ntfs("five", "Logical", {}, "5A3C1F2000000005")},
+        {"sdb1", Images::ext4("linux", "linux")}};
+    std::vector<std::string> order{"sda1", "sda2", "sda5", "sdb1"};
+    for (int rotation = 0; rotation < 4; ++rotation) {
+        machine.addInternal("sda", table);
+        for (const std::string& node : order) {
+            machine.addInternal(node, images.at(node));
+        }
+        startWithMap();
+        std::vector<std::string> directories = KernelMounts::directories();
+        EXPECT_EQ(directories.size(), 4U);
+        EXPECT_EQ(std::unique(directories.begin(), directories.end()), directories.end());
+        const bool linuxIsFirst = order.front() == "sdb1";
+        EXPECT_EQ(KernelMounts::sourceAt("/media/C:"), linuxIsFirst ? "/dev/sdb1" : "/dev/sda2");
+        EXPECT_EQ(KernelMounts::sourceAt("/media/D:"), "/dev/sda1");
+        end();
+        std::rotate(order.begin(), order.begin() + 1, order.end());
+    }
+}
+
+TEST_F(WindowsLettersTest, ComeFromTheMapThatWindowsHasLeft)
 {
     addPc();
-    machine.start();
-    EXPECT_EQ(drivesMap({}).output, "LETTER  PARTITION  LABEL    FROM\n"
-                                    "C:      /dev/sda2  two      registry of /dev/sda2\n"
-                                    "D:      -          -        kept free: no such partition here\n"
-                                    "E:      /dev/sda5  Logical  registry of /dev/sda2\n"
-                                    "G:      /dev/sda1  Data     registry of /dev/sda2\n"
-                                    "/dev/sda2: its registry was written at 1970-01-01 00:00 UTC\n");
-    EXPECT_FALSE(fs::exists(Map));
+    const std::string map = Images::ntfs("tools", "Tools", {}, "5A3C1F20000000B1");
+    Files::write("/tmp/drives.ini.of.windows", "[Disk0]\r\nPartition1=[00000001]X:\\\r\n");
+    Images::put(map, "Program Files/Vorna/drives.ini", "/tmp/drives.ini.of.windows");
+    machine.addInternal("sdb1", map);
+    startWithMap();
+    EXPECT_EQ(KernelMounts::sourceAt("/media/X:"), "/dev/sda1");
+    stop();
+    EXPECT_EQ(Files::content(Map), Files::content("/tmp/drives.ini.of.windows"));
 }
