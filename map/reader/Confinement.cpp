@@ -81,22 +81,12 @@ void allow(const Filter& filter, int call)
     require(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0) == 0, "no filter");
 }
 
-void allowOpeningToRead(const Filter& filter)
+/// Only where these bits of the third argument are not set.
+void allowWithout(const Filter& filter, int call, scmp_datum_t bits)
 {
-    constexpr scmp_datum_t Writing = O_ACCMODE | O_CREAT | O_TRUNC;
-    require(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(openat), 1,
-                             SCMP_A2(SCMP_CMP_MASKED_EQ, Writing, O_RDONLY)) == 0,
-            "no filter");
-}
-
-/// Memory, but none that can be executed.
-void allowMapping(const Filter& filter)
-{
-    for (const int call : {SCMP_SYS(mmap), SCMP_SYS(mprotect)}) {
-        require(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 1,
-                                 SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)) == 0,
-                "no filter");
-    }
+    constexpr unsigned Third = 2;
+    const scmp_arg_cmp none{Third, SCMP_CMP_MASKED_EQ, bits, 0};
+    require(seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call, 1, &none) == 0, "no filter");
 }
 
 } // namespace
@@ -121,8 +111,9 @@ void shut()
           SCMP_SYS(exit_group)}) {
         allow(filter, call);
     }
-    allowOpeningToRead(filter);
-    allowMapping(filter);
+    allowWithout(filter, SCMP_SYS(openat), O_ACCMODE | O_CREAT | O_TRUNC);
+    allowWithout(filter, SCMP_SYS(mmap), PROT_EXEC);
+    allowWithout(filter, SCMP_SYS(mprotect), PROT_EXEC);
     // Questions to a device: whatever there is to know is known by now.
     require(seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(ENOTTY), SCMP_SYS(ioctl), 0) == 0, "no filter");
     require(seccomp_load(filter.get()) == 0, "the kernel takes no filter");
