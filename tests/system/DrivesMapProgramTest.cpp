@@ -22,7 +22,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 /// The program that writes the drives map, on its own.
-class DrivesMapTest : public WindowsMachineTest
+class DrivesMapProgramTest : public WindowsMachineTest
 {
 protected:
     /// A PC whose only Windows has this file for a registry.
@@ -53,7 +53,7 @@ protected:
     static constexpr const char* FoundC = "\nC:      /dev/sda2  two    registry of /dev/sda2\n";
 };
 
-TEST_F(DrivesMapTest, ShowsATableAndWritesNothing)
+TEST_F(DrivesMapProgramTest, ShowsATableAndWritesNothing)
 {
     addPc();
     machine.start();
@@ -66,7 +66,7 @@ TEST_F(DrivesMapTest, ShowsATableAndWritesNothing)
     EXPECT_THAT(Files::namesIn("/mounts"), IsEmpty());
 }
 
-TEST_F(DrivesMapTest, ShowsTheSameForScripts)
+TEST_F(DrivesMapProgramTest, ShowsTheSameForScripts)
 {
     addPc();
     machine.start();
@@ -86,7 +86,7 @@ TEST_F(DrivesMapTest, ShowsTheSameForScripts)
         << text.constData();
 }
 
-TEST_F(DrivesMapTest, WritesOneFileThatEverybodyCanRead)
+TEST_F(DrivesMapProgramTest, WritesOneFileThatEverybodyCanRead)
 {
     addPc();
     machine.start();
@@ -101,7 +101,7 @@ TEST_F(DrivesMapTest, WritesOneFileThatEverybodyCanRead)
     EXPECT_EQ(Files::content(Map), before);
 }
 
-TEST_F(DrivesMapTest, RemovesTheMapOfAnotherMachine)
+TEST_F(DrivesMapProgramTest, RemovesTheMapOfAnotherMachine)
 {
     addPc();
     machine.start();
@@ -115,7 +115,7 @@ TEST_F(DrivesMapTest, RemovesTheMapOfAnotherMachine)
     EXPECT_EQ(shown({"--write"}), "no Windows was found\n");
 }
 
-TEST_F(DrivesMapTest, LeavesTheMapOfSomebodyElseAlone)
+TEST_F(DrivesMapProgramTest, LeavesTheMapOfSomebodyElseAlone)
 {
     addPc();
     machine.start();
@@ -132,7 +132,7 @@ TEST_F(DrivesMapTest, LeavesTheMapOfSomebodyElseAlone)
     }
 }
 
-TEST_F(DrivesMapTest, WritesToNoOtherFileSystem)
+TEST_F(DrivesMapProgramTest, WritesToNoOtherFileSystem)
 {
     addPc();
     machine.start();
@@ -151,7 +151,7 @@ TEST_F(DrivesMapTest, WritesToNoOtherFileSystem)
     EXPECT_THAT(Files::namesIn("/tmp/elsewhere"), IsEmpty());
 }
 
-TEST_F(DrivesMapTest, FailsWithoutUDisksAndRemovesItsOldMap)
+TEST_F(DrivesMapProgramTest, FailsWithoutUDisksAndRemovesItsOldMap)
 {
     addPc();
     machine.start();
@@ -163,7 +163,7 @@ TEST_F(DrivesMapTest, FailsWithoutUDisksAndRemovesItsOldMap)
     EXPECT_FALSE(fs::exists(Map));
 }
 
-TEST_F(DrivesMapTest, CopiesTheFirstMapInAnyProgramDirectory)
+TEST_F(DrivesMapProgramTest, CopiesTheFirstMapInAnyProgramDirectory)
 {
     addPc();
     int number = 0;
@@ -186,7 +186,7 @@ TEST_F(DrivesMapTest, CopiesTheFirstMapInAnyProgramDirectory)
     EXPECT_THAT(shown({"--windows", "sda2"}), Not(HasSubstr("drives map")));
 }
 
-TEST_F(DrivesMapTest, TakesTheRegistryThatWasWrittenLast)
+TEST_F(DrivesMapProgramTest, TakesTheRegistryThatWasWrittenLast)
 {
     machine.addInternal("sda", disk());
     machine.addInternal(
@@ -206,7 +206,7 @@ TEST_F(DrivesMapTest, TakesTheRegistryThatWasWrittenLast)
     EXPECT_EQ(shown({"--windows", "sda9"}), "no Windows was found\n");
 }
 
-TEST_F(DrivesMapTest, LeavesOutClonedPartitions)
+TEST_F(DrivesMapProgramTest, LeavesOutClonedPartitions)
 {
     addPc();
     const std::string clone = "/tmp/images/clone";
@@ -218,7 +218,7 @@ TEST_F(DrivesMapTest, LeavesOutClonedPartitions)
                           "same volume id\n"));
 }
 
-TEST_F(DrivesMapTest, NamesBitLocker)
+TEST_F(DrivesMapProgramTest, NamesBitLocker)
 {
     addPc();
     machine.addInternal("sdb1", Images::blank("locked"), {"IdType = BitLocker", "IdUsage = crypto"});
@@ -226,7 +226,7 @@ TEST_F(DrivesMapTest, NamesBitLocker)
     EXPECT_THAT(shown(), HasSubstr("\n/dev/sdb1: encrypted with BitLocker, cannot be read\n"));
 }
 
-TEST_F(DrivesMapTest, IgnoresWhatIsNotOnAnInternalPartition)
+TEST_F(DrivesMapProgramTest, IgnoresWhatIsNotOnAnInternalPartition)
 {
     machine.addInternal("sda", disk());
     const std::string image = windows("two", "5A3C1F2000000002", {drive("C", Place::Second)});
@@ -235,19 +235,19 @@ TEST_F(DrivesMapTest, IgnoresWhatIsNotOnAnInternalPartition)
     EXPECT_EQ(shown(), "no Windows was found\n");
 }
 
-TEST_F(DrivesMapTest, FindsTheRegistryInOtherCase)
+TEST_F(DrivesMapProgramTest, FindsTheRegistryInOtherCase)
 {
     addPcWith(registry(), "WINDOWS/system32/Config/system", Images::Stored::Plain);
     EXPECT_THAT(shown(), HasSubstr(FoundC));
 }
 
-TEST_F(DrivesMapTest, ReadsACompressedRegistry)
+TEST_F(DrivesMapProgramTest, ReadsACompressedRegistry)
 {
     addPcWith(registry(), Usual, Images::Stored::Compressed);
     EXPECT_THAT(shown(), HasSubstr(FoundC));
 }
 
-TEST_F(DrivesMapTest, ReadsASparseRegistry)
+TEST_F(DrivesMapProgramTest, ReadsASparseRegistry)
 {
     const std::string file = registry();
     fs::resize_file(file, 1 << 20);
@@ -255,19 +255,19 @@ TEST_F(DrivesMapTest, ReadsASparseRegistry)
     EXPECT_THAT(shown(), HasSubstr(FoundC));
 }
 
-TEST_F(DrivesMapTest, FollowsNoLinkToARegistry)
+TEST_F(DrivesMapProgramTest, FollowsNoLinkToARegistry)
 {
     addPcWith(registry(), Usual, Images::Stored::Link);
     EXPECT_THAT(shown(), Not(HasSubstr(FoundC)));
 }
 
-TEST_F(DrivesMapTest, ReadsARegistryOfAHundredMegabytes)
+TEST_F(DrivesMapProgramTest, ReadsARegistryOfAHundredMegabytes)
 {
     addPcWith(registry({"--size", "100"}), Usual, Images::Stored::Plain, 160 << 20);
     EXPECT_THAT(shown(), HasSubstr(FoundC));
 }
 
-TEST_F(DrivesMapTest, NamesARegistryThatIsTooLarge)
+TEST_F(DrivesMapProgramTest, NamesARegistryThatIsTooLarge)
 {
     const std::string file = registry();
     fs::resize_file(file, (128 << 20) + 1);
@@ -275,14 +275,14 @@ TEST_F(DrivesMapTest, NamesARegistryThatIsTooLarge)
     EXPECT_EQ(shown(), "/dev/sda2: its registry is larger than 128 MiB\nno Windows was found\n");
 }
 
-TEST_F(DrivesMapTest, NamesADamagedRegistry)
+TEST_F(DrivesMapProgramTest, NamesADamagedRegistry)
 {
     Files::write("/tmp/registry", "regf" + std::string(20000, 'x'));
     addPcWith("/tmp/registry", Usual, Images::Stored::Plain);
     EXPECT_EQ(shown(), "/dev/sda2: its registry is damaged\nno Windows was found\n");
 }
 
-TEST_F(DrivesMapTest, ReadsARegistryThatWasNotClosedAndSaysSo)
+TEST_F(DrivesMapProgramTest, ReadsARegistryThatWasNotClosedAndSaysSo)
 {
     addPcWith(registry({"--open"}), Usual, Images::Stored::Plain);
     EXPECT_THAT(shown(),
@@ -290,7 +290,7 @@ TEST_F(DrivesMapTest, ReadsARegistryThatWasNotClosedAndSaysSo)
                       HasSubstr("/dev/sda2: its registry was not closed, and is read as it stands\n")));
 }
 
-TEST_F(DrivesMapTest, NamesAFileSystemAndADiskThatCannotBeRead)
+TEST_F(DrivesMapProgramTest, NamesAFileSystemAndADiskThatCannotBeRead)
 {
     addPc();
     machine.addInternal("sdb1", Images::blank("broken"), {"IdType = ntfs", "IdUsage = filesystem"});
@@ -301,7 +301,7 @@ TEST_F(DrivesMapTest, NamesAFileSystemAndADiskThatCannotBeRead)
                                HasSubstr("\nC:      /dev/sda2")));
 }
 
-TEST_F(DrivesMapTest, RefusesWrongUse)
+TEST_F(DrivesMapProgramTest, RefusesWrongUse)
 {
     for (const std::vector<std::string>& options :
          {std::vector<std::string>{"--no"}, {"x"}, {"--windows="}, {"--windows"}}) {
