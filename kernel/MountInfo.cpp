@@ -1,5 +1,7 @@
 #include "kernel/MountInfo.h"
 
+#include <algorithm>
+
 #include <sys/sysmacros.h>
 
 #include <QSet>
@@ -69,6 +71,12 @@ bool isReadOnly(const QByteArray& options)
     return options.split(',').contains("ro");
 }
 
+bool isShared(const QList<QByteArray>& optionalFields)
+{
+    return std::any_of(optionalFields.begin(), optionalFields.end(),
+                       [](const QByteArray& field) { return field.startsWith("shared:"); });
+}
+
 dev_t numberIn(const QByteArray& text)
 {
     const QList<QByteArray> parts = text.split(':');
@@ -84,7 +92,8 @@ Mount mountIn(const QList<QByteArray>& fields, int separator)
                 decoded(fields[4]),
                 fields[separator + 1],
                 decoded(fields[separator + 2]),
-                isReadOnly(fields[5]) || isReadOnly(options)};
+                isReadOnly(fields[5]) || isReadOnly(options),
+                isShared(fields.mid(FixedFields, separator - FixedFields))};
     if (mount.type == "overlay") {
         mount.layers = layersIn(options);
     }

@@ -17,6 +17,7 @@ struct Mount
     QByteArray type;
     QByteArray source;
     bool isReadOnly = false; ///< the mount or its file system
+    bool isShared = false;   ///< what is mounted below it appears elsewhere too, and nothing can be moved out
     /// The layers of an overlay: the directories that it shows, and the one that it writes to.
     QList<QByteArray> layers = {};
 };

@@ -6,7 +6,7 @@
 #include <QString>
 
 #include "provider/Device.h"
-#include "provider/today/RescueMedium.h"
+#include "kernel/RescueMedium.h"
 
 /// The facts that the rules use beside the devices themselves.
 struct Circumstances

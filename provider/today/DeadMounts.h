@@ -6,7 +6,7 @@
 #include <QStringList>
 
 #include "kernel/MountInfo.h"
-#include "provider/today/BlockStack.h"
+#include "kernel/BlockStack.h"
 
 /// The mount that the NTFS driver leaves when its device is pulled out: one that answers every question with
 /// an error, and over which nothing can be mounted.

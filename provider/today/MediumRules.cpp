@@ -5,6 +5,7 @@
 #include <QDBusObjectPath>
 #include <QSet>
 
+#include "interfaces/ObjectPath.h"
 #include "provider/today/DeviceTraits.h"
 
 using namespace DeviceTraits;
@@ -13,9 +14,12 @@ namespace {
 
 bool isOnItsDisks(const Device& device, const RescueMedium& medium)
 {
-    const QVariant disk = device.properties.value(QStringLiteral("PartitionSlave"));
-    return medium.disks.contains(device.objectPath) ||
-           medium.disks.contains(disk.value<QDBusObjectPath>().path());
+    const QVariant slave = device.properties.value(QStringLiteral("PartitionSlave"));
+    const QString disk = slave.value<QDBusObjectPath>().path();
+    return std::any_of(medium.disks.begin(), medium.disks.end(), [&](const QByteArray& name) {
+        const QString path = ObjectPath::ofDevice(name);
+        return path == device.objectPath || path == disk;
+    });
 }
 
 /// The volumes that a machine starts from.

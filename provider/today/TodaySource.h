@@ -6,7 +6,7 @@
 
 #include "kernel/MountTable.h"
 #include "provider/DeviceSource.h"
-#include "provider/today/BlockStack.h"
+#include "kernel/BlockStack.h"
 #include "provider/today/Rules.h"
 
 /// The devices of another source as the rules present them.

@@ -43,6 +43,21 @@ TEST(MountInfoTest, ReadsALine)
     EXPECT_THAT(mounts[0].layers, IsEmpty());
 }
 
+TEST(MountInfoTest, IsSharedWhenAnOptionalFieldSaysSo)
+{
+    const std::vector<std::pair<QByteArray, bool>> table{{"", false},
+                                                         {"shared:3 ", true},
+                                                         {"master:2 ", false},
+                                                         {"master:2 shared:3 ", true},
+                                                         {"unbindable ", false}};
+    for (const auto& [fields, isShared] : table) {
+        const QByteArray line = "36 35 8:1 / /mnt rw,shared:9 " + fields + "- ext4 shared:1 rw,shared:2\n";
+        const std::vector<Mount> mounts = MountInfo::parse(line);
+        ASSERT_EQ(mounts.size(), 1U);
+        EXPECT_EQ(mounts[0].isShared, isShared) << fields.toStdString();
+    }
+}
+
 TEST(MountInfoTest, IsReadOnlyWhenTheMountOrItsFileSystemIs)
 {
     const struct

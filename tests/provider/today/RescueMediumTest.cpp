@@ -3,7 +3,7 @@
 #include <sys/sysmacros.h>
 
 #include "interfaces/ObjectPath.h"
-#include "provider/today/RescueMedium.h"
+#include "kernel/RescueMedium.h"
 #include "tests/provider/today/FakeSysfs.h"
 #include "tests/provider/today/SampleDevices.h"
 
@@ -45,8 +45,8 @@ protected:
     std::vector<std::string> disks(const QByteArray& table) const
     {
         std::vector<std::string> result;
-        for (const QString& disk : foundIn(table).disks) {
-            result.push_back(disk.section(QLatin1Char('/'), -1).toStdString());
+        for (const QByteArray& disk : foundIn(table).disks) {
+            result.push_back(disk.toStdString());
         }
         return result;
     }
@@ -146,8 +146,7 @@ TEST_F(RescueMediumTest, IsNotOfferedNorWhatAMachineStartsFromBesideIt)
     const QString vfat = node("vfat");
     const QString efi = node("C12A7328-F81F-11D2-BA4B-00A0C93EC93B");
     const Circumstances circumstances{
-        {{makedev(8, 17), makedev(8, 1)}, {device(node("sdb")).objectPath, device(node("sda")).objectPath}},
-        {}};
+        {{makedev(8, 17), makedev(8, 1)}, {"sdb", "sda"}}, {}};
     const Picture picture = present(
         {
             numbered(internal(node("sda1"), vfat), makedev(8, 1)),

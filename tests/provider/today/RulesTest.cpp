@@ -93,7 +93,7 @@ TEST(RulesTest, AreTurnedOffOneByOne)
         external(QStringLiteral("sdd1"), Vfat, QStringLiteral("X")),
         external(QStringLiteral("sde1"), Vfat, QStringLiteral("X")),
     };
-    const Circumstances circumstances{{{}, {QStringLiteral("/org/freedesktop/UDisks/devices/sdz")}}, {}};
+    const Circumstances circumstances{{{}, {QByteArray("sdz")}}, {}};
     const struct
     {
         const char* rule;

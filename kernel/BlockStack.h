@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <QByteArray>
+#include <QtGlobal>
 
 #include "kernel/Sysfs.h"
 
@@ -24,6 +25,12 @@ public:
     /// The whole disk of a partition; any other device is its own.
     dev_t diskOf(dev_t number) const;
     QByteArray kernelName(dev_t number) const;
+    bool isPartition(dev_t number) const;
+    /// Whether the kernel takes no write for it.
+    bool isReadOnly(dev_t number) const;
+    quint64 bytesOf(dev_t number) const;
+    /// The partitions of a whole disk.
+    std::vector<dev_t> partitionsOf(dev_t number) const;
     /// The parts of a mapped device or an array.
     std::vector<dev_t> componentsOf(dev_t number) const;
     /// The file in a loop device.

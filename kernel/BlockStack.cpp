@@ -1,10 +1,13 @@
-#include "provider/today/BlockStack.h"
+#include "kernel/BlockStack.h"
 
 #include <filesystem>
 
 #include <sys/sysmacros.h>
 
 namespace {
+
+/// The unit of sizes in sysfs, whatever the disk's own.
+constexpr quint64 SizeUnit = 512;
 
 QByteArray lastPart(const QByteArray& path)
 {
@@ -38,13 +41,42 @@ dev_t BlockStack::numberOf(const QByteArray& node) const
 
 dev_t BlockStack::diskOf(dev_t number) const
 {
-    const QByteArray path = pathOf(number);
-    return _sysfs.exists(path + "/partition") ? numberAt(parentOf(path)) : number;
+    return isPartition(number) ? numberAt(parentOf(pathOf(number))) : number;
 }
 
 QByteArray BlockStack::kernelName(dev_t number) const
 {
     return lastPart(pathOf(number));
+}
+
+bool BlockStack::isPartition(dev_t number) const
+{
+    const QByteArray path = pathOf(number);
+    return !path.isEmpty() && _sysfs.exists(path + "/partition");
+}
+
+bool BlockStack::isReadOnly(dev_t number) const
+{
+    const QByteArray path = pathOf(number);
+    return !path.isEmpty() && _sysfs.number(path, "ro") != 0;
+}
+
+quint64 BlockStack::bytesOf(dev_t number) const
+{
+    const QByteArray path = pathOf(number);
+    return path.isEmpty() ? 0 : _sysfs.number(path, "size") * SizeUnit;
+}
+
+std::vector<dev_t> BlockStack::partitionsOf(dev_t number) const
+{
+    const QByteArray path = pathOf(number);
+    std::vector<dev_t> result;
+    for (const QByteArray& name : path.isEmpty() ? QByteArrayList() : _sysfs.names(path, ".")) {
+        if (_sysfs.exists(path + '/' + name + "/partition")) {
+            result.push_back(numberAt(path + '/' + name));
+        }
+    }
+    return result;
 }
 
 std::vector<dev_t> BlockStack::componentsOf(dev_t number) const

@@ -1,10 +1,8 @@
-#include "provider/today/RescueMedium.h"
+#include "kernel/RescueMedium.h"
 
 #include <array>
 
 #include <sys/sysmacros.h>
-
-#include "interfaces/ObjectPath.h"
 
 namespace {
 
@@ -51,7 +49,7 @@ private:
             return;
         }
         const dev_t disk = _blocks.diskOf(number);
-        _found.disks.insert(ObjectPath::ofDevice(_blocks.kernelName(disk)));
+        _found.disks.insert(_blocks.kernelName(disk));
         for (const dev_t component : _blocks.componentsOf(disk)) {
             enterDevice(component);
         }
