@@ -1,6 +1,7 @@
 #include "client/Commands.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 
@@ -8,8 +9,8 @@
 
 #include "client/DriveTable.h"
 #include "client/Exchange.h"
-#include "client/ListedDrive.h"
 #include "client/Report.h"
+#include "client/Survey.h"
 #include "process/TerminalText.h"
 
 namespace Commands {
@@ -27,17 +28,29 @@ ExitStatus show(const std::string& text, ExitStatus status = Done)
     return status == Done ? NotDone : status;
 }
 
-ExitStatus list(bool json)
+/// Colours are for somebody who looks at them, and does not mind.
+DriveTable::Colours colours()
 {
-    const std::vector<ListedDrive> drives = ListedDrives::inquire(MountedDrives::read(), DriveBound);
-    if (json) {
-        return show(DriveTable::json(drives));
+    const char* refusal = std::getenv("NO_COLOR");
+    const bool isRefused = refusal != nullptr && *refusal != '\0';
+    return isatty(STDOUT_FILENO) != 0 && !isRefused ? DriveTable::Colours::Terminal
+                                                    : DriveTable::Colours::None;
+}
+
+ExitStatus list(const Invocation& invocation)
+{
+    const Survey survey = Surveyor(invocation.socket, DriveBound).look();
+    for (const std::string& gap : survey.gaps) {
+        complain(gap);
     }
-    if (drives.empty()) {
-        complain("nothing is mounted below /media and /mnt");
+    if (invocation.json) {
+        return show(DriveTable::json(survey.drives));
+    }
+    if (survey.drives.empty()) {
+        complain("there are no drives");
         return Done;
     }
-    return show(DriveTable::table(drives));
+    return show(DriveTable::table(survey.drives, colours()));
 }
 
 /// Other programs get the reply's very bytes.
@@ -69,7 +82,7 @@ ExitStatus carryOut(const Invocation& invocation)
     case Invocation::Command::Version:
         return show(CommandLine::versionText());
     case Invocation::Command::List:
-        return list(invocation.json);
+        return list(invocation);
     case Invocation::Command::Send:
         return send(invocation);
     }

@@ -21,13 +21,19 @@ enum Column
     Mode,
     Size,
     Free,
+    Remark,
     ColumnCount,
 };
+
+constexpr const char* Bold = "\x1b[1m";
+constexpr const char* Dim = "\x1b[2m";
+constexpr const char* Yellow = "\x1b[33m";
+constexpr const char* Plain = "\x1b[0m";
 
 using Row = std::array<std::string, ColumnCount>;
 using Widths = std::array<std::size_t, ColumnCount>;
 
-const Row Heading{"DIRECTORY", "DEVICE", "TYPE", "LABEL", "MODE", "SIZE", "FREE"};
+const Row Heading{"DIRECTORY", "DEVICE", "TYPE", "LABEL", "MODE", "SIZE", "FREE", "NOTE"};
 
 /// A bind mount shows what of the device it is, as in "/dev/sda1[/home]".
 std::string deviceText(const MountedDrive& mount)
@@ -35,15 +41,28 @@ std::string deviceText(const MountedDrive& mount)
     return mount.root == "/" ? mount.device : mount.device + "[" + mount.root + "]";
 }
 
+/// What is not known, or not there.
+constexpr const char* Absent = "-";
+
+void fillMounted(Row& row, const MountedDrive& mount, const std::optional<Space>& space)
+{
+    row[Directory] = mount.directory;
+    row[Mode] = mount.readOnly ? "ro" : "rw";
+    if (space) {
+        row[Size] = humanSize(space->size);
+        row[Free] = humanSize(space->free);
+    }
+}
+
 Row rowOf(const ListedDrive& drive)
 {
-    const MountedDrive& mount = drive.mount;
-    Row row{
-        mount.directory, deviceText(mount), mount.type, drive.label, mount.readOnly ? "ro" : "rw", "-", "-"};
-    if (drive.space) {
-        row[Size] = humanSize(drive.space->size);
-        row[Free] = humanSize(drive.space->free);
+    Row row{Absent, deviceText(drive.mount), drive.type, drive.label, Absent, Absent, Absent, {}};
+    if (drive.isMounted()) {
+        fillMounted(row, drive.mount, drive.space);
+    } else if (drive.deviceSize != 0) {
+        row[Size] = humanSize(drive.deviceSize);
     }
+    row[Remark] = drive.note ? drive.note->reason : "";
     std::transform(row.begin(), row.end(), row.begin(), &TerminalText::harmless);
     return row;
 }
@@ -59,16 +78,51 @@ Widths widthsOf(const std::vector<Row>& rows)
     return widths;
 }
 
+std::string padded(const std::string& cell, std::size_t width, bool isNumber)
+{
+    const std::string padding(width - TerminalText::columns(cell), ' ');
+    return isNumber ? padding + cell : cell + padding;
+}
+
+/// Nothing is written behind the last text of a line.
 std::string line(const Row& row, const Widths& widths)
 {
     std::string result;
     for (std::size_t column = 0; column < row.size(); ++column) {
-        const std::string& cell = row.at(column);
-        const std::string padding(widths.at(column) - TerminalText::columns(cell), ' ');
         const bool isNumber = column == Size || column == Free;
-        result += (column == 0 ? "" : "  ") + (isNumber ? padding + cell : cell + padding);
+        result += (column == 0 ? "" : "  ") + padded(row.at(column), widths.at(column), isNumber);
     }
-    return result + '\n';
+    return result.substr(0, result.find_last_not_of(' ') + 1);
+}
+
+std::string coloured(const std::string& text, const char* colour, Colours colours)
+{
+    return colours == Colours::None ? text : colour + text + Plain;
+}
+
+const char* colourOf(const ListedDrive& drive)
+{
+    if (drive.note && drive.note->isTrouble) {
+        return Yellow;
+    }
+    return drive.isMounted() ? Plain : Dim;
+}
+
+std::string remedies(const std::vector<ListedDrive>& drives)
+{
+    std::string result;
+    for (const ListedDrive& drive : drives) {
+        if (drive.note) {
+            result += (result.empty() ? "\n" : "") +
+                      TerminalText::harmless(drive.mount.device + ": " + drive.note->remedy) + '\n';
+        }
+    }
+    return result;
+}
+
+QJsonValue textOrNull(const std::string& text)
+{
+    return text.empty() ? QJsonValue() : QJsonValue(QString::fromStdString(text));
 }
 
 QJsonValue bytes(std::uint64_t count)
@@ -76,42 +130,57 @@ QJsonValue bytes(std::uint64_t count)
     return static_cast<double>(count);
 }
 
+QJsonValue sizeOf(const ListedDrive& drive)
+{
+    if (drive.space) {
+        return bytes(drive.space->size);
+    }
+    return !drive.isMounted() && drive.deviceSize != 0 ? bytes(drive.deviceSize) : QJsonValue();
+}
+
 QJsonObject objectOf(const ListedDrive& drive)
 {
     const MountedDrive& mount = drive.mount;
+    const Note note = drive.note.value_or(Note());
     return {
-        {QStringLiteral("directory"), QString::fromStdString(mount.directory)},
+        {QStringLiteral("directory"), textOrNull(mount.directory)},
         {QStringLiteral("device"), QString::fromStdString(mount.device)},
         {QStringLiteral("root"), QString::fromStdString(mount.root)},
-        {QStringLiteral("type"), QString::fromStdString(mount.type)},
+        {QStringLiteral("type"), QString::fromStdString(drive.type)},
         {QStringLiteral("label"), QString::fromStdString(drive.label)},
-        {QStringLiteral("readOnly"), mount.readOnly},
-        {QStringLiteral("size"), drive.space ? bytes(drive.space->size) : QJsonValue()},
+        {QStringLiteral("readOnly"), drive.isMounted() ? QJsonValue(mount.readOnly) : QJsonValue()},
+        {QStringLiteral("size"), sizeOf(drive)},
         {QStringLiteral("free"), drive.space ? bytes(drive.space->free) : QJsonValue()},
+        {QStringLiteral("note"), textOrNull(note.word)},
+        {QStringLiteral("reason"), textOrNull(note.reason)},
+        {QStringLiteral("remedy"), textOrNull(note.remedy)},
     };
 }
 
 } // namespace
 
-std::string table(const std::vector<ListedDrive>& drives)
+std::string table(const std::vector<ListedDrive>& drives, Colours colours)
 {
     std::vector<Row> rows{Heading};
     std::transform(drives.begin(), drives.end(), std::back_inserter(rows), &rowOf);
     const Widths widths = widthsOf(rows);
-    std::string result;
-    for (const Row& row : rows) {
-        result += line(row, widths);
+    std::string result = coloured(line(Heading, widths), Bold, colours) + '\n';
+    for (std::size_t at = 0; at < drives.size(); ++at) {
+        result += coloured(line(rows[at + 1], widths), colourOf(drives[at]), colours) + '\n';
     }
-    return result;
+    return result + remedies(drives);
 }
 
-std::string json(const std::vector<ListedDrive>& drives)
+std::string json(const std::vector<ListedDrive>& drives, Layout layout)
 {
     QJsonArray array;
     for (const ListedDrive& drive : drives) {
         array.append(objectOf(drive));
     }
-    return QJsonDocument(array).toJson().toStdString();
+    const bool isIndented = layout == Layout::Indented;
+    const QByteArray text =
+        QJsonDocument(array).toJson(isIndented ? QJsonDocument::Indented : QJsonDocument::Compact);
+    return text.toStdString() + (isIndented ? "" : "\n");
 }
 
 std::string humanSize(std::uint64_t bytes)

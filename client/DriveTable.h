@@ -9,11 +9,24 @@
 /// The list of drives as text.
 namespace DriveTable {
 
-/// For the user: a heading, then a line per drive; columns aligned, nothing that could act on a terminal.
-std::string table(const std::vector<ListedDrive>& drives);
+enum class Colours
+{
+    None,
+    Terminal,
+};
+
+/// For the user: a heading, then a line per drive, then the remedies of their notes; columns aligned, nothing
+/// of the drives that could act on a terminal.
+std::string table(const std::vector<ListedDrive>& drives, Colours colours = Colours::None);
+
+enum class Layout
+{
+    Indented,
+    OneLine,
+};
 
 /// For scripts: an array with an object for each drive. Bytes that are not UTF-8 are replaced.
-std::string json(const std::vector<ListedDrive>& drives);
+std::string json(const std::vector<ListedDrive>& drives, Layout layout = Layout::Indented);
 
 /// "512 B", "1.5 GiB": units of 1024, one decimal above bytes.
 std::string humanSize(std::uint64_t bytes);

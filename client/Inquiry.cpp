@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <csignal>
 
 #include <poll.h>
@@ -15,8 +16,16 @@
 
 namespace {
 
-/// One write of this size is never split.
-constexpr int MaxAnswer = 4096;
+/// Behind every answer: it distinguishes an empty one from a missing one, and a whole one from a part.
+constexpr char Mark = '=';
+
+void write(Poco::Pipe& pipe, const std::string& answer)
+{
+    for (std::size_t at = 0; at < answer.size();) {
+        const auto left = static_cast<int>(answer.size() - at);
+        at += static_cast<std::size_t>(pipe.writeBytes(answer.data() + at, left));
+    }
+}
 
 [[noreturn]] void ask(const std::function<std::string()>& question, Poco::Pipe& pipe) noexcept
 {
@@ -24,10 +33,11 @@ constexpr int MaxAnswer = 4096;
     detachStandardStreams();
     int status = 1;
     try {
-        // The mark distinguishes an empty answer from a missing one.
-        const std::string answer = "=" + question();
-        pipe.writeBytes(answer.data(), std::min(static_cast<int>(answer.size()), MaxAnswer));
-        status = 0;
+        const std::string answer = question() + Mark;
+        if (answer.size() <= Inquiry::MaxAnswer) {
+            write(pipe, answer);
+            status = 0;
+        }
     } catch (const std::exception&) {
     }
     _exit(status);
@@ -63,14 +73,26 @@ Inquiry::~Inquiry()
 
 std::optional<std::string> Inquiry::answer(Clock::time_point end)
 {
+    std::string answer;
+    while (readMore(end, answer)) {
+    }
+    if (_isLate || answer.empty() || answer.back() != Mark) {
+        return std::nullopt;
+    }
+    answer.pop_back();
+    return answer;
+}
+
+/// Whether there may be more still.
+bool Inquiry::readMore(Clock::time_point end, std::string& answer)
+{
     pollfd pipe{_pipe.readHandle(), POLLIN, 0};
-    if (poll(&pipe, 1, millisecondsUntil(end)) <= 0) {
-        return std::nullopt;
+    _isLate = poll(&pipe, 1, millisecondsUntil(end)) <= 0;
+    if (_isLate) {
+        return false;
     }
-    std::array<char, MaxAnswer> buffer{};
+    std::array<char, PIPE_BUF> buffer{};
     const int count = _pipe.readBytes(buffer.data(), static_cast<int>(buffer.size()));
-    if (count <= 0) {
-        return std::nullopt;
-    }
-    return std::string(buffer.data() + 1, static_cast<std::size_t>(count) - 1);
+    answer.append(buffer.data(), static_cast<std::size_t>(std::max(count, 0)));
+    return count > 0;
 }

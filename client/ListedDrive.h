@@ -1,12 +1,11 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "client/MountedDrive.h"
+#include "client/Note.h"
 
 struct Space
 {
@@ -14,18 +13,15 @@ struct Space
     std::uint64_t free = 0; ///< bytes that an ordinary user may still write
 };
 
-/// A line of the list: a mount, with the space of its file system and the label of its device.
+/// A line of the list: a mount, or a drive that is not mounted below /media or /mnt.
 struct ListedDrive
 {
-    MountedDrive mount;
-    std::string label;          ///< as on the medium; empty when there is none or it cannot be read
-    std::optional<Space> space; ///< nothing: hidden below another mount, dead, or not permitted
+    MountedDrive mount; ///< of a drive that is not mounted only `device` and `number`
+    std::string type;   ///< the file system's: "ntfs", not that of its driver; empty if it is not known
+    std::string label;  ///< as on the medium; empty when there is none or it cannot be read
+    std::optional<Space> space;   ///< nothing: hidden below another mount, dead, or not permitted
+    std::uint64_t deviceSize = 0; ///< bytes; 0 if it is not known
+    std::optional<Note> note;
+
+    bool isMounted() const { return !mount.directory.empty(); }
 };
-
-namespace ListedDrives {
-
-/// Asks all file systems and devices at once and waits for them until `bound` has passed; who has not
-/// answered by then is listed without.
-std::vector<ListedDrive> inquire(const std::vector<MountedDrive>& drives, std::chrono::milliseconds bound);
-
-} // namespace ListedDrives

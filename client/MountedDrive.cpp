@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "interfaces/ServicePaths.h"
-#include "kernel/MountTable.h"
 
 namespace MountedDrives {
 namespace {
@@ -15,7 +14,8 @@ MountedDrive driveOf(const Mount& mount)
             mount.source.toStdString(),
             mount.root.toStdString(),
             mount.type.toStdString(),
-            mount.isReadOnly};
+            mount.isReadOnly,
+            mount.number};
 }
 
 bool startsWith(const std::string& text, const std::string& start)
@@ -38,11 +38,10 @@ bool isListed(const MountedDrive& drive)
 
 } // namespace
 
-std::vector<MountedDrive> read(const std::string& mountTable)
+std::vector<MountedDrive> among(const std::vector<Mount>& mounts)
 {
-    MountTable table(mountTable);
     std::vector<MountedDrive> drives;
-    for (const Mount& mount : table.read()) {
+    for (const Mount& mount : mounts) {
         MountedDrive drive = driveOf(mount);
         if (isListed(drive)) {
             drives.push_back(std::move(drive));

@@ -125,7 +125,7 @@ shows what is mounted.
 Commands:
   remount PATH [OPTIONS]  mount what is mounted at PATH again with OPTIONS (separated by commas)
   send REQUEST            send REQUEST as it stands
-  list [--json]           show what is mounted below /media and /mnt; needs no service
+  list [--json]           show every drive, and why one is read-only or not mounted; needs no service
 
 Options:
   --socket PATH           the service's socket (/tmp/vrmount)

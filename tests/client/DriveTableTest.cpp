@@ -6,32 +6,80 @@
 
 namespace {
 
-const ListedDrive Windows{
-    {30, "/media/C:", "/dev/sda2", "/", "fuseblk", false}, "Windows", Space{500000000000, 123456789012}};
-const ListedDrive Bound{{31, "/mnt/My Disk", "/dev/sdb1", "/home", "ext4", true}, "", std::nullopt};
+ListedDrive mounted(const MountedDrive& mount, const std::string& label,
+                    const std::optional<Space>& space = std::nullopt)
+{
+    return {mount, mount.type == "fuseblk" ? "ntfs" : mount.type, label, space, 0, std::nullopt};
+}
+
+ListedDrive with(ListedDrive drive, const Note& note)
+{
+    drive.note = note;
+    return drive;
+}
+
+const ListedDrive Windows = mounted({30, "/media/C:", "/dev/sda2", "/", "fuseblk", false, 0}, "Windows",
+                                    Space{500000000000, 123456789012});
+const ListedDrive Bound = mounted({31, "/mnt/My Disk", "/dev/sdb1", "/home", "ext4", true, 0}, "");
+const ListedDrive Locked{{0, "", "/dev/sda4", "/", "", false, 0},
+                         "BitLocker",
+                         "",
+                         std::nullopt,
+                         1073741824,
+                         Note{"bitlocker", "encrypted", "Unlock it.", false}};
 
 TEST(DriveTable, AlignsItsColumns)
 {
     EXPECT_EQ(DriveTable::table({Windows, Bound}),
-              "DIRECTORY     DEVICE            TYPE     LABEL    MODE       SIZE       FREE\n"
-              "/media/C:     /dev/sda2         fuseblk  Windows  rw    465.7 GiB  115.0 GiB\n"
-              "/mnt/My Disk  /dev/sdb1[/home]  ext4              ro            -          -\n");
+              "DIRECTORY     DEVICE            TYPE  LABEL    MODE       SIZE       FREE  NOTE\n"
+              "/media/C:     /dev/sda2         ntfs  Windows  rw    465.7 GiB  115.0 GiB\n"
+              "/mnt/My Disk  /dev/sdb1[/home]  ext4           ro            -          -\n");
+}
+
+TEST(DriveTable, ShowsNotesBesideTheDrivesAndTheirRemediesBelow)
+{
+    EXPECT_EQ(
+        DriveTable::table({with(Windows, {"hibernated", "it sleeps", "Wake it.", true}), Bound, Locked}),
+        "DIRECTORY     DEVICE            TYPE       LABEL    MODE       SIZE       FREE  NOTE\n"
+        "/media/C:     /dev/sda2         ntfs       Windows  rw    465.7 GiB  115.0 GiB  it sleeps\n"
+        "/mnt/My Disk  /dev/sdb1[/home]  ext4                ro            -          -\n"
+        "-             /dev/sda4         BitLocker           -       1.0 GiB          -  encrypted\n"
+        "\n"
+        "/dev/sda2: Wake it.\n"
+        "/dev/sda4: Unlock it.\n");
+}
+
+TEST(DriveTable, HasColoursWhereTheyAreWanted)
+{
+    const Note trouble{"damaged", "broken", "Mend it.", true};
+    EXPECT_EQ(
+        DriveTable::table({with(Bound, trouble), Locked}, DriveTable::Colours::Terminal),
+        "\x1b[1mDIRECTORY     DEVICE            TYPE       LABEL  MODE     SIZE  FREE  NOTE\x1b[0m\n"
+        "\x1b[33m/mnt/My Disk  /dev/sdb1[/home]  ext4              ro          -     -  broken\x1b[0m\n"
+        "\x1b[2m-             /dev/sda4         BitLocker         -     1.0 GiB     -  encrypted\x1b[0m\n"
+        "\n"
+        "/dev/sdb1: Mend it.\n"
+        "/dev/sda4: Unlock it.\n");
 }
 
 TEST(DriveTable, AlignsNamesByWhatTheyTakeOnAScreen)
 {
     ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-    const ListedDrive wide{{1, "/mnt/\xe6\x97\xa5", "d", "/", "t", false}, "l", std::nullopt};
-    EXPECT_EQ(DriveTable::table({wide}), "DIRECTORY  DEVICE  TYPE  LABEL  MODE  SIZE  FREE\n"
+    const ListedDrive wide = mounted({1, "/mnt/\xe6\x97\xa5", "d", "/", "t", false, 0}, "l");
+    EXPECT_EQ(DriveTable::table({wide}), "DIRECTORY  DEVICE  TYPE  LABEL  MODE  SIZE  FREE  NOTE\n"
                                          "/mnt/\xe6\x97\xa5    d       t     l      rw       -     -\n");
 }
 
 TEST(DriveTable, ShowsHostileNamesAsEscapes)
 {
-    const ListedDrive hostile{{1, "/mnt/a\nb", "/dev/sda1", "/\x1b", "ext4", false}, "\x1b[2J", std::nullopt};
+    const ListedDrive hostile =
+        with(mounted({1, "/mnt/a\nb", "/dev/sda1", "/\x1b", "ext4", false, 0}, "\x1b[2J"),
+             {"w", "\x1b", "\n", false});
     EXPECT_EQ(DriveTable::table({hostile}),
-              "DIRECTORY    DEVICE            TYPE  LABEL    MODE  SIZE  FREE\n"
-              "/mnt/a\\x0ab  /dev/sda1[/\\x1b]  ext4  \\x1b[2J  rw       -     -\n");
+              "DIRECTORY    DEVICE            TYPE  LABEL    MODE  SIZE  FREE  NOTE\n"
+              "/mnt/a\\x0ab  /dev/sda1[/\\x1b]  ext4  \\x1b[2J  rw       -     -  \\x1b\n"
+              "\n"
+              "/dev/sda1: \\x0a\n");
 }
 
 TEST(DriveTable, GivesScriptsBytesAndTheNamesAsTheyAre)
@@ -42,26 +90,41 @@ TEST(DriveTable, GivesScriptsBytesAndTheNamesAsTheyAre)
         "directory": "/media/C:",
         "free": 123456789012,
         "label": "Windows",
+        "note": null,
         "readOnly": false,
+        "reason": null,
+        "remedy": null,
         "root": "/",
         "size": 500000000000,
-        "type": "fuseblk"
+        "type": "ntfs"
     }
 ]
 )");
-    EXPECT_EQ(DriveTable::json({Bound}), R"([
+    EXPECT_EQ(DriveTable::json({Locked}), R"([
     {
-        "device": "/dev/sdb1",
-        "directory": "/mnt/My Disk",
+        "device": "/dev/sda4",
+        "directory": null,
         "free": null,
         "label": "",
-        "readOnly": true,
-        "root": "/home",
-        "size": null,
-        "type": "ext4"
+        "note": "bitlocker",
+        "readOnly": null,
+        "reason": "encrypted",
+        "remedy": "Unlock it.",
+        "root": "/",
+        "size": 1073741824,
+        "type": "BitLocker"
     }
 ]
 )");
+}
+
+TEST(DriveTable, GivesScriptsOneLinePerStateWhereTheyWatch)
+{
+    const std::string line = DriveTable::json({Bound}, DriveTable::Layout::OneLine);
+    EXPECT_EQ(line,
+              R"([{"device":"/dev/sdb1","directory":"/mnt/My Disk","free":null,"label":"","note":null,)"
+              R"("readOnly":true,"reason":null,"remedy":null,"root":"/home","size":null,"type":"ext4"}])"
+              "\n");
 }
 
 TEST(DriveTable, GivesScriptsAnEmptyArrayWhenNothingIsMounted)
@@ -71,7 +134,7 @@ TEST(DriveTable, GivesScriptsAnEmptyArrayWhenNothingIsMounted)
 
 TEST(DriveTable, EscapesHostileNamesForScripts)
 {
-    const ListedDrive hostile{{1, "/mnt/\"\n\x1b", "\xff", "/", "ext4", false}, "\\", std::nullopt};
+    const ListedDrive hostile = mounted({1, "/mnt/\"\n\x1b", "\xff", "/", "ext4", false, 0}, "\\");
     const std::string json = DriveTable::json({hostile});
     EXPECT_THAT(json, testing::HasSubstr(R"("directory": "/mnt/\"\n\u001b")"));
     EXPECT_THAT(json, testing::HasSubstr("\"device\": \"\xef\xbf\xbd\""));

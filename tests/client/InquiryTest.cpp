@@ -115,9 +115,24 @@ TEST(Inquiry, EndsItsProcessWhenTheOneThatAsksDies)
     EXPECT_TRUE(lifeline.ends());
 }
 
-TEST(Inquiry, CutsAnAnswerThatIsTooLong)
+TEST(Inquiry, BringsALongAnswerWholeOrNotAtAll)
 {
-    EXPECT_EQ(ask([] { return std::string(100000, 'x'); }, 5s), std::string(4095, 'x'));
+    const std::string longest(Inquiry::MaxAnswer - 1, 'x');
+    EXPECT_EQ(ask([&] { return longest; }, 5s), longest);
+    EXPECT_EQ(ask([&] { return longest + 'x'; }, 5s), std::nullopt);
+}
+
+TEST(Inquiry, DistinguishesAnAnswerThatIsLateFromNone)
+{
+    Inquiry late(&neverAnswer);
+    EXPECT_EQ(late.answer(Clock::now() + 20ms), std::nullopt);
+    EXPECT_TRUE(late.isLate());
+    Inquiry refused([]() -> std::string { throw std::runtime_error("no"); });
+    EXPECT_EQ(refused.answer(Clock::now() + 5s), std::nullopt);
+    EXPECT_FALSE(refused.isLate());
+    Inquiry answered([] { return std::string("yes"); });
+    EXPECT_EQ(answered.answer(Clock::now() + 5s), "yes");
+    EXPECT_FALSE(answered.isLate());
 }
 
 TEST(Inquiry, HoldsNoneOfTheCallersStreams)

@@ -1,24 +1,21 @@
 #include "client/MountedDrive.h"
 
-#include <fstream>
-
 #include <gmock/gmock.h>
 
-#include "tests/support/TemporaryDirectory.h"
+#include <sys/sysmacros.h>
 
 namespace {
 
 class MountedDriveTest : public testing::Test
 {
 protected:
-    std::vector<MountedDrive> read(const std::string& lines) const
+    static std::vector<MountedDrive> read(const std::string& lines)
     {
-        const std::string file = _directory.path() + "/mountinfo";
-        std::ofstream(file) << "22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n" << lines;
-        return MountedDrives::read(file);
+        const QByteArray root = "22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n";
+        return MountedDrives::among(MountInfo::parse(root + QByteArray::fromStdString(lines)));
     }
 
-    std::vector<std::string> directories(const std::string& lines) const
+    static std::vector<std::string> directories(const std::string& lines)
     {
         std::vector<std::string> result;
         for (const MountedDrive& drive : read(lines)) {
@@ -26,9 +23,6 @@ protected:
         }
         return result;
     }
-
-private:
-    TemporaryDirectory _directory;
 };
 
 TEST_F(MountedDriveTest, ListsWhatIsMountedBelowTheRootsSortedByDirectory)
@@ -81,6 +75,7 @@ TEST_F(MountedDriveTest, DecodesBlanksAndRecognisesABindMountByItsRoot)
     EXPECT_EQ(drives[0].root, "/two words\\");
     EXPECT_EQ(drives[0].device, "/dev/disk one");
     EXPECT_EQ(drives[0].type, "ext4");
+    EXPECT_EQ(drives[0].number, makedev(8, 17));
 }
 
 TEST_F(MountedDriveTest, IsReadOnlyWhenTheMountOrItsFileSystemIs)
@@ -96,21 +91,6 @@ TEST_F(MountedDriveTest, IsReadOnlyWhenTheMountOrItsFileSystemIs)
         const auto drives = read("30 22 8:17 / /mnt/x " + options + "\n");
         ASSERT_EQ(drives.size(), 1U) << options;
         EXPECT_EQ(drives[0].readOnly, readOnly) << options;
-    }
-}
-
-TEST(MountedDrives, ReadsTheTableOfThisMachine)
-{
-    EXPECT_NO_THROW(MountedDrives::read());
-}
-
-TEST(MountedDrives, SaysWhyTheTableCannotBeRead)
-{
-    try {
-        MountedDrives::read("/nowhere/mountinfo");
-        FAIL() << "no exception";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "cannot read /nowhere/mountinfo: No such file or directory");
     }
 }
 

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "client/Inquiry.h"
+#include "client/ListedDrive.h"
+#include "client/Questions.h"
+
+/// Everything that a drive itself is asked, at once.
+class DriveInquiry
+{
+public:
+    /// `knownNtfs` is an earlier answer of the NTFS driver, if there was one: it is not asked again then.
+    DriveInquiry(MountedDrive drive, const std::optional<std::string>& knownNtfs);
+
+    const MountedDrive& drive() const { return _drive; }
+    /// Waits until `end` at most.
+    void collect(Inquiry::Clock::time_point end);
+
+    // What has been collected.
+    const std::optional<Questions::Content>& content() const { return _content; }
+    const std::optional<Space>& space() const { return _space; }
+    const std::optional<std::string>& ntfs() const { return _ntfs; }
+    bool isDead() const { return _isDead; }
+    bool isLate() const { return _isLate; }
+
+private:
+    std::optional<std::string> answer(const std::unique_ptr<Inquiry>& inquiry,
+                                      Inquiry::Clock::time_point end);
+
+    MountedDrive _drive;
+    std::unique_ptr<Inquiry> _contentInquiry;
+    std::unique_ptr<Inquiry> _spaceInquiry;
+    std::unique_ptr<Inquiry> _ntfsInquiry;
+    std::optional<Questions::Content> _content;
+    std::optional<Space> _space;
+    std::optional<std::string> _ntfs;
+    bool _isDead = false;
+    bool _isLate = false;
+};
