@@ -111,6 +111,10 @@ void readCommand(const QCommandLineParser& parser, Invocation& invocation)
     } else if (command == QLatin1String("remount") || command == QLatin1String("send")) {
         invocation.request = requestOf(command, arguments);
         invocation.command = Invocation::Command::Send;
+    } else if (command == QLatin1String("eject")) {
+        requireArguments(arguments, 1, 1, "eject PATH|NODE");
+        invocation.target = bytes(arguments.first());
+        invocation.command = Invocation::Command::Eject;
     } else {
         throw UsageError("unknown command: " + bytes(command));
     }
@@ -173,6 +177,7 @@ Commands:
   remount PATH [OPTIONS]  mount what is mounted at PATH again with OPTIONS (separated by commas)
   send REQUEST            send REQUEST as it stands
   list [--json]           show every drive, and why one is read-only or not mounted; needs no service
+  eject PATH|NODE         write out and unmount a stick, so that it may be pulled
 
 Options:
   --socket PATH           the service's socket (/tmp/vrmount)

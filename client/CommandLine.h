@@ -12,10 +12,12 @@ struct Invocation
         Version,
         Send, ///< `request` is sent; a remount has been turned into one
         List,
+        Eject, ///< of `target`
     };
 
     Command command = Command::Help;
     std::string request; ///< its very bytes
+    std::string target;  ///< a directory or a device node, in its very bytes
     std::string socket;
     unsigned long timeout = 0; ///< until the request is sent, in microseconds; 0 for no bound
     bool json = false;

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "client/DriveTable.h"
+#include "client/EjectCommand.h"
 #include "client/Exchange.h"
 #include "client/Report.h"
 #include "client/Survey.h"
@@ -72,6 +73,16 @@ ExitStatus send(const Invocation& invocation)
     return status;
 }
 
+ExitStatus eject(const Invocation& invocation)
+{
+    const EjectCommand::Result result = EjectCommand::run(invocation.target, invocation.socket);
+    if (!result.complaint.empty()) {
+        complain(result.complaint);
+    }
+    return result.output.empty() ? result.status
+                                 : show(TerminalText::harmless(result.output) + '\n', result.status);
+}
+
 } // namespace
 
 ExitStatus carryOut(const Invocation& invocation)
@@ -83,6 +94,8 @@ ExitStatus carryOut(const Invocation& invocation)
         return show(CommandLine::versionText());
     case Invocation::Command::List:
         return list(invocation);
+    case Invocation::Command::Eject:
+        return eject(invocation);
     case Invocation::Command::Send:
         return send(invocation);
     }

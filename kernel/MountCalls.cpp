@@ -6,11 +6,15 @@
 #include <cstring>
 #include <vector>
 
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <QFile>
+
+#include "kernel/Descriptor.h"
 
 namespace MountCalls {
 namespace {
@@ -104,6 +108,21 @@ Outcome detach(const QString& directory)
 {
     const QByteArray target = QFile::encodeName(directory);
     const int result = umount2(target.constData(), MNT_DETACH);
+    return {result, errno};
+}
+
+Outcome markUnused(const QString& directory)
+{
+    const QByteArray target = QFile::encodeName(directory);
+    const int result = umount2(target.constData(), MNT_EXPIRE);
+    return {result, errno};
+}
+
+Outcome writeOut(const QString& directory)
+{
+    const Descriptor opened(
+        open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const int result = opened.isOpen() ? syncfs(opened.get()) : -1;
     return {result, errno};
 }
 

@@ -38,6 +38,12 @@ Outcome unmount(const QString& directory);
 Outcome forceUnmount(const QString& directory);
 /// umount2(2) with MNT_DETACH: the mount leaves the tree at once, and ends when nobody uses it any more.
 Outcome detach(const QString& directory);
+/// umount2(2) with MNT_EXPIRE: unmounts nothing that was not marked by an earlier call, and marks it. The error
+/// says the rest: EAGAIN where nobody uses the mount, EBUSY where somebody does. Whoever looks at the mount
+/// takes the mark away.
+Outcome markUnused(const QString& directory);
+/// syncfs(2) of the file system that the directory is on: it returns when everything is on the disk.
+Outcome writeOut(const QString& directory);
 /// system(3), called in a process of its own, so that a signal that arrives meanwhile is the service's: it is
 /// handled when the command has ended. The value is the raw wait status, or -1 when no shell could be run.
 Outcome run(const ShellCommand& command);

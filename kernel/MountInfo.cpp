@@ -94,6 +94,7 @@ Mount mountIn(const QList<QByteArray>& fields, int separator)
                 decoded(fields[separator + 2]),
                 isReadOnly(fields[5]) || isReadOnly(options),
                 isShared(fields.mid(FixedFields, separator - FixedFields))};
+    mount.parent = fields[1].toInt();
     if (mount.type == "overlay") {
         mount.layers = layersIn(options);
     }

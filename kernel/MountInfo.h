@@ -20,6 +20,7 @@ struct Mount
     bool isShared = false;   ///< what is mounted below it appears elsewhere too, and nothing can be moved out
     /// The layers of an overlay: the directories that it shows, and the one that it writes to.
     QList<QByteArray> layers = {};
+    int parent = 0; ///< the id of the mount that the mount point lies on
 };
 
 /// The text of the kernel's table of mounts, as in /proc/self/mountinfo, and what can be found in it.

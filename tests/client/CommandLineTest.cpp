@@ -32,6 +32,7 @@ TEST(CommandLine, ReadsEachCommand)
         {{"list", "extra", "--help"}, Command::Help, ""},
         {{"--version"}, Command::Version, ""},
         {{"list"}, Command::List, ""},
+        {{"eject", "/media/A STICK"}, Command::Eject, ""},
         {{"remount", "/media/C:"}, Command::Send, "remount:/media/C:|"},
         {{"remount", "/media/C:", ""}, Command::Send, "remount:/media/C:|"},
         {{"remount", "/media/C:", "ro,noatime"}, Command::Send, "remount:/media/C:=ro,noatime|"},
@@ -126,6 +127,7 @@ Commands:
   remount PATH [OPTIONS]  mount what is mounted at PATH again with OPTIONS (separated by commas)
   send REQUEST            send REQUEST as it stands
   list [--json]           show every drive, and why one is read-only or not mounted; needs no service
+  eject PATH|NODE         write out and unmount a stick, so that it may be pulled
 
 Options:
   --socket PATH           the service's socket (/tmp/vrmount)

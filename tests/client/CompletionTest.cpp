@@ -39,7 +39,7 @@ protected:
 
 TEST_F(CompletionTest, OffersCommandsAndOptions)
 {
-    EXPECT_THAT(offered({""}), ElementsAre("remount", "send", "list"));
+    EXPECT_THAT(offered({""}), ElementsAre("remount", "send", "list", "eject"));
     EXPECT_THAT(offered({"--timeout", "5", "re"}), ElementsAre("remount"));
     EXPECT_THAT(offered({"--"}), ElementsAre("--socket", "--timeout", "--help", "--version"));
     EXPECT_THAT(offered({"list", "--"}), ElementsAre("--json"));
@@ -74,6 +74,18 @@ TEST_F(CompletionTest, OffersMountedDirectoriesForARemount)
     EXPECT_THAT(offered({"remount", "\"/mnt/"}), ElementsAre()); // inside these quotes it would be expanded
     // Behind a colon readline completes only what follows it.
     EXPECT_THAT(offered({"remount", "/media/C:"}), ElementsAre(""));
+}
+
+TEST_F(CompletionTest, OffersDirectoriesAndDevicesOfSticks)
+{
+    mount({"-t", "tmpfs", "tmpfs"}, "/media/a=b");
+    mount({"-t", "tmpfs", "tmpfs"}, "/media/a=b/deep");
+    mount({"-t", "tmpfs", "/dev/sdb1"}, "/media/MY STICK");
+    mount({"-t", "tmpfs", "tmpfs"}, "/mnt/sda1");
+    EXPECT_THAT(offered({"eject", "/media/MY"}), ElementsAre("/media/MY\\ STICK"));
+    EXPECT_THAT(offered({"eject", "/dev/"}), ElementsAre("/dev/sdb1"));
+    EXPECT_THAT(offered({"eject", "/mnt/"}), ElementsAre());
+    EXPECT_THAT(offered({"eject", "/media/MY STICK", ""}), ElementsAre());
 }
 
 TEST_F(CompletionTest, OffersMountOptionsOneByOne)

@@ -27,13 +27,15 @@ TEST_F(MountCallsTest, PassExactlyTheirArguments)
     MountCalls::unmount(QStringLiteral("/media/C:"));
     MountCalls::forceUnmount(QStringLiteral("/media/A"));
     MountCalls::detach(QStringLiteral("/media/A"));
+    MountCalls::markUnused(QStringLiteral("/media/A"));
     MountCalls::run(ShellCommand(QStringLiteral("ntfsfix %1"), QStringLiteral("/dev/sda1")));
     EXPECT_THAT(KernelDoor::calls(),
                 ElementsAre("mount(/dev/sdb1, /media/A, vfat, 0x0, utf8)",
                             "mount(/dev/sda2, /mnt/sda2, ext4, 0x0, )",
                             "mount(/mnt/sda1, /media/C:, NULL, 0x2000, NULL)",
                             "mount(/dev/sda1, /media/C:, NULL, 0xc0ed0021, -oauto)", "umount(/media/C:)",
-                            "umount2(/media/A, 1)", "umount2(/media/A, 2)", "system(ntfsfix /dev/sda1)"));
+                            "umount2(/media/A, 1)", "umount2(/media/A, 2)", "umount2(/media/A, 4)",
+                            "system(ntfsfix /dev/sda1)"));
 }
 
 TEST_F(MountCallsTest, PassTheBytesOfTheFileNameEncoding)
@@ -49,6 +51,13 @@ TEST_F(MountCallsTest, HandBackTheErrorOfTheCall)
     EXPECT_FALSE(outcome.succeeded());
     errno = 0;
     EXPECT_EQ(outcome.errorText(), QStringLiteral("Device or resource busy"));
+}
+
+TEST_F(MountCallsTest, WriteOutDirectoriesOnly)
+{
+    EXPECT_TRUE(MountCalls::writeOut(QStringLiteral("/")).succeeded());
+    EXPECT_EQ(MountCalls::writeOut(QStringLiteral("/nowhere")).error, ENOENT);
+    EXPECT_EQ(MountCalls::writeOut(QStringLiteral("/dev/null")).error, ENOTDIR);
 }
 
 TEST_F(MountCallsTest, HandBackTheRawWaitStatus)

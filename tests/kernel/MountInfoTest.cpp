@@ -35,6 +35,7 @@ TEST(MountInfoTest, ReadsALine)
         "36 35 259:1 /sub /media/a\\040b\\134c rw,noatime - fuseblk /dev/a\\011b rw,user_id=0\n");
     ASSERT_EQ(mounts.size(), 1U);
     EXPECT_EQ(mounts[0].id, 36);
+    EXPECT_EQ(mounts[0].parent, 35);
     EXPECT_EQ(mounts[0].number, makedev(259, 1));
     EXPECT_EQ(mounts[0].root, "/sub");
     EXPECT_EQ(mounts[0].target, "/media/a b\\c");
