@@ -39,7 +39,7 @@ QCommandLineOption option(const char* name, const char* defaultValue)
 
 void declareOptions(QCommandLineParser& parser)
 {
-    parser.addOptions({option("help"), option("version"), option("json"),
+    parser.addOptions({option("help"), option("version"), option("json"), option("watch"),
                        option("socket", ServicePaths::CommandSocket), option("timeout", "10")});
 }
 
@@ -98,6 +98,17 @@ std::string requestOf(const QString& command, const QStringList& arguments)
     return request;
 }
 
+void requireOptionsOf(const Invocation& invocation)
+{
+    const bool isList = invocation.command == Invocation::Command::List;
+    if (invocation.json && !isList) {
+        throw UsageError("--json goes with list only");
+    }
+    if (invocation.watch && !isList) {
+        throw UsageError("--watch goes with list only");
+    }
+}
+
 void readCommand(const QCommandLineParser& parser, Invocation& invocation)
 {
     QStringList arguments = parser.positionalArguments();
@@ -106,8 +117,11 @@ void readCommand(const QCommandLineParser& parser, Invocation& invocation)
     }
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("list")) {
-        requireArguments(arguments, 0, 0, "list [--json]");
+        requireArguments(arguments, 0, 0, "list [--json] [--watch]");
         invocation.command = Invocation::Command::List;
+    } else if (command == QLatin1String("status")) {
+        requireArguments(arguments, 0, 0, "status");
+        invocation.command = Invocation::Command::Status;
     } else if (command == QLatin1String("remount") || command == QLatin1String("send")) {
         invocation.request = requestOf(command, arguments);
         invocation.command = Invocation::Command::Send;
@@ -118,9 +132,7 @@ void readCommand(const QCommandLineParser& parser, Invocation& invocation)
     } else {
         throw UsageError("unknown command: " + bytes(command));
     }
-    if (invocation.json && invocation.command != Invocation::Command::List) {
-        throw UsageError("--json goes with list only");
-    }
+    requireOptionsOf(invocation);
 }
 
 /// "Unknown option 'x'." in the form of this program's own complaints.
@@ -160,6 +172,7 @@ Invocation parse(const std::vector<std::string>& arguments)
         return invocation;
     }
     invocation.json = parser.isSet(QStringLiteral("json"));
+    invocation.watch = parser.isSet(QStringLiteral("watch"));
     invocation.socket = socketPath(bytes(parser.value(QStringLiteral("socket"))));
     invocation.timeout = microseconds(parser.value(QStringLiteral("timeout")));
     readCommand(parser, invocation);
@@ -170,14 +183,15 @@ std::string helpText()
 {
     return R"(Usage: vrmountctl [OPTION...] COMMAND
 
-Asks vrmountdrives, the service that mounts this machine's drives, to mount one again with other options, and
-shows what is mounted.
+Asks vrmountdrives, the service that mounts this machine's drives, to mount one again with other options, shows
+all drives and the state of the service, and ejects sticks.
 
 Commands:
   remount PATH [OPTIONS]  mount what is mounted at PATH again with OPTIONS (separated by commas)
   send REQUEST            send REQUEST as it stands
-  list [--json]           show every drive, and why one is read-only or not mounted; needs no service
+  list [--json] [--watch] show every drive, and why one is read-only or not mounted; needs no service
   eject PATH|NODE         write out and unmount a stick, so that it may be pulled
+  status                  show whether the service runs, where its letters come from, and what is wrong
 
 Options:
   --socket PATH           the service's socket (/tmp/vrmount)
@@ -185,11 +199,13 @@ Options:
                           then the request is withdrawn. The reply to a request that was taken is always
                           waited for
   --json                  list for scripts, sizes in bytes
+  --watch                 show the list anew whenever something changes, until Ctrl-C
   --help                  show this text
   --version               show the version
 
 Exit status: 0 for a reply that begins with "DONE", 1 for any other reply, 2 for wrong use, 3 when the service
-cannot be reached or is busy.
+cannot be reached or is busy. Of status: 0 when everything is fine, 1 when something is not, 3 when the service
+does not run.
 )";
 }
 

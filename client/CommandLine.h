@@ -13,6 +13,7 @@ struct Invocation
         Send, ///< `request` is sent; a remount has been turned into one
         List,
         Eject, ///< of `target`
+        Status,
     };
 
     Command command = Command::Help;
@@ -21,6 +22,7 @@ struct Invocation
     std::string socket;
     unsigned long timeout = 0; ///< until the request is sent, in microseconds; 0 for no bound
     bool json = false;
+    bool watch = false;
 };
 
 namespace CommandLine {

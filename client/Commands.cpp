@@ -10,8 +10,12 @@
 #include "client/DriveTable.h"
 #include "client/EjectCommand.h"
 #include "client/Exchange.h"
+#include "client/Inquiry.h"
+#include "client/MapOrigin.h"
 #include "client/Report.h"
+#include "client/StatusReport.h"
 #include "client/Survey.h"
+#include "client/WatchCommand.h"
 #include "process/TerminalText.h"
 
 namespace Commands {
@@ -30,20 +34,28 @@ ExitStatus show(const std::string& text, ExitStatus status = Done)
 }
 
 /// Colours are for somebody who looks at them, and does not mind.
-DriveTable::Colours colours()
+bool hasColours()
 {
     const char* refusal = std::getenv("NO_COLOR");
     const bool isRefused = refusal != nullptr && *refusal != '\0';
-    return isatty(STDOUT_FILENO) != 0 && !isRefused ? DriveTable::Colours::Terminal
-                                                    : DriveTable::Colours::None;
+    return isatty(STDOUT_FILENO) != 0 && !isRefused;
+}
+
+Survey look(const Invocation& invocation)
+{
+    Survey survey = Surveyor(invocation.socket, DriveBound).look();
+    for (const std::string& gap : survey.gaps) {
+        complain(gap);
+    }
+    return survey;
 }
 
 ExitStatus list(const Invocation& invocation)
 {
-    const Survey survey = Surveyor(invocation.socket, DriveBound).look();
-    for (const std::string& gap : survey.gaps) {
-        complain(gap);
+    if (invocation.watch) {
+        return WatchCommand::run(invocation, hasColours());
     }
+    const Survey survey = look(invocation);
     if (invocation.json) {
         return show(DriveTable::json(survey.drives));
     }
@@ -51,7 +63,18 @@ ExitStatus list(const Invocation& invocation)
         complain("there are no drives");
         return Done;
     }
-    return show(DriveTable::table(survey.drives, colours()));
+    return show(DriveTable::table(survey.drives, {hasColours()}));
+}
+
+ExitStatus status(const Invocation& invocation)
+{
+    const Survey survey = look(invocation);
+    const long since = survey.surroundings.service.since;
+    Inquiry map([since] { return MapOrigin::ask(since); });
+    const auto end = Inquiry::Clock::now() + DriveBound;
+    const StatusReport report = StatusReport::on(
+        survey, map.answer(end).value_or("not known: what is below /mounts does not answer"));
+    return show(report.text, report.status);
 }
 
 /// Other programs get the reply's very bytes.
@@ -94,6 +117,8 @@ ExitStatus carryOut(const Invocation& invocation)
         return show(CommandLine::versionText());
     case Invocation::Command::List:
         return list(invocation);
+    case Invocation::Command::Status:
+        return status(invocation);
     case Invocation::Command::Eject:
         return eject(invocation);
     case Invocation::Command::Send:

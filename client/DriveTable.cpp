@@ -95,9 +95,10 @@ std::string line(const Row& row, const Widths& widths)
     return result.substr(0, result.find_last_not_of(' ') + 1);
 }
 
-std::string coloured(const std::string& text, const char* colour, Colours colours)
+std::string styled(const std::string& text, const char* colour, const Style& style)
 {
-    return colours == Colours::None ? text : colour + text + Plain;
+    const std::string shown = TerminalText::cut(text, style.width);
+    return (style.hasColours ? colour + shown + Plain : shown) + '\n';
 }
 
 const char* colourOf(const ListedDrive& drive)
@@ -108,13 +109,13 @@ const char* colourOf(const ListedDrive& drive)
     return drive.isMounted() ? Plain : Dim;
 }
 
-std::string remedies(const std::vector<ListedDrive>& drives)
+std::string remedies(const std::vector<ListedDrive>& drives, const Style& style)
 {
     std::string result;
     for (const ListedDrive& drive : drives) {
         if (drive.note) {
-            result += (result.empty() ? "\n" : "") +
-                      TerminalText::harmless(drive.mount.device + ": " + drive.note->remedy) + '\n';
+            const std::string remedy = TerminalText::harmless(drive.mount.device + ": " + drive.note->remedy);
+            result += (result.empty() ? "\n" : "") + TerminalText::cut(remedy, style.width) + '\n';
         }
     }
     return result;
@@ -159,16 +160,16 @@ QJsonObject objectOf(const ListedDrive& drive)
 
 } // namespace
 
-std::string table(const std::vector<ListedDrive>& drives, Colours colours)
+std::string table(const std::vector<ListedDrive>& drives, const Style& style)
 {
     std::vector<Row> rows{Heading};
     std::transform(drives.begin(), drives.end(), std::back_inserter(rows), &rowOf);
     const Widths widths = widthsOf(rows);
-    std::string result = coloured(line(Heading, widths), Bold, colours) + '\n';
+    std::string result = styled(line(Heading, widths), Bold, style);
     for (std::size_t at = 0; at < drives.size(); ++at) {
-        result += coloured(line(rows[at + 1], widths), colourOf(drives[at]), colours) + '\n';
+        result += styled(line(rows[at + 1], widths), colourOf(drives[at]), style);
     }
-    return result + remedies(drives);
+    return result + remedies(drives, style);
 }
 
 std::string json(const std::vector<ListedDrive>& drives, Layout layout)

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -9,15 +11,15 @@
 /// The list of drives as text.
 namespace DriveTable {
 
-enum class Colours
+struct Style
 {
-    None,
-    Terminal,
+    bool hasColours = false;
+    std::size_t width = std::numeric_limits<std::size_t>::max(); ///< columns; longer lines are cut
 };
 
 /// For the user: a heading, then a line per drive, then the remedies of their notes; columns aligned, nothing
 /// of the drives that could act on a terminal.
-std::string table(const std::vector<ListedDrive>& drives, Colours colours = Colours::None);
+std::string table(const std::vector<ListedDrive>& drives, const Style& style = Style());
 
 enum class Layout
 {

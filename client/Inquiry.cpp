@@ -67,8 +67,8 @@ Inquiry::Inquiry(const std::function<std::string()>& question)
 Inquiry::~Inquiry()
 {
     kill(_process, SIGKILL);
-    // Not waited for: a process that the kernel does not let go stays until it does.
-    waitpid(_process, nullptr, WNOHANG);
+    // Otherwise not waited for: a process that the kernel does not let go stays until it does.
+    waitpid(_process, nullptr, _hasEnded ? 0 : WNOHANG);
 }
 
 std::optional<std::string> Inquiry::answer(Clock::time_point end)
@@ -93,6 +93,7 @@ bool Inquiry::readMore(Clock::time_point end, std::string& answer)
     }
     std::array<char, PIPE_BUF> buffer{};
     const int count = _pipe.readBytes(buffer.data(), static_cast<int>(buffer.size()));
+    _hasEnded = count == 0;
     answer.append(buffer.data(), static_cast<std::size_t>(std::max(count, 0)));
     return count > 0;
 }

@@ -38,4 +38,5 @@ private:
     Poco::Pipe _pipe;
     pid_t _process = -1;
     bool _isLate = false;
+    bool _hasEnded = false;
 };

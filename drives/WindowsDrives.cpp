@@ -2,13 +2,14 @@
 
 #include "drives/DrivesMap.h"
 #include "interfaces/MapFiles.h"
+#include "interfaces/ServicePaths.h"
 #include "log/LogText.h"
 #include "log/Trace.h"
 
 namespace {
 
 const QString Mounts = QLatin1String(MapFiles::Mounts);
-const QString MapCopy = QStringLiteral("/tmp/drives.ini");
+const QString MapCopy = QString::fromLatin1(ServicePaths::DrivesMapCopy);
 
 } // namespace
 

@@ -5,6 +5,7 @@ namespace ServicePaths {
 
 constexpr const char* CommandSocket = "/tmp/vrmount";
 constexpr const char* PidFile = "/var/run/vrmountdrives.pid";
+constexpr const char* DrivesMapCopy = "/tmp/drives.ini";
 constexpr const char* Log = "/var/log/vorna/vrmountdrives.log";
 
 /// For drives that have a name for the user: a letter or a label.

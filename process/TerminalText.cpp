@@ -31,6 +31,12 @@ bool isPrintable(uint character)
     }
 }
 
+std::size_t widthOf(uint character)
+{
+    const int width = wcwidth(static_cast<wchar_t>(character));
+    return width < 0 ? 1 : static_cast<std::size_t>(width);
+}
+
 } // namespace
 
 std::string harmless(const std::string& text)
@@ -54,8 +60,21 @@ std::size_t columns(const std::string& text)
 {
     std::size_t result = 0;
     for (const uint character : QString::fromStdString(text).toUcs4()) {
-        const int width = wcwidth(static_cast<wchar_t>(character));
-        result += width < 0 ? 1 : static_cast<std::size_t>(width);
+        result += widthOf(character);
+    }
+    return result;
+}
+
+std::string cut(const std::string& text, std::size_t most)
+{
+    std::string result;
+    std::size_t taken = 0;
+    for (const uint character : QString::fromStdString(text).toUcs4()) {
+        taken += widthOf(character);
+        if (taken > most) {
+            break;
+        }
+        result += QString::fromUcs4(&character, 1).toStdString();
     }
     return result;
 }

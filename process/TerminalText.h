@@ -15,4 +15,7 @@ std::string harmless(const std::string& text);
 /// without it each character outside ASCII counts as one.
 std::size_t columns(const std::string& text);
 
+/// The beginning of such a text that takes at most `most` columns.
+std::string cut(const std::string& text, std::size_t most);
+
 } // namespace TerminalText

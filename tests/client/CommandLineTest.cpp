@@ -33,6 +33,7 @@ TEST(CommandLine, ReadsEachCommand)
         {{"--version"}, Command::Version, ""},
         {{"list"}, Command::List, ""},
         {{"eject", "/media/A STICK"}, Command::Eject, ""},
+        {{"status"}, Command::Status, ""},
         {{"remount", "/media/C:"}, Command::Send, "remount:/media/C:|"},
         {{"remount", "/media/C:", ""}, Command::Send, "remount:/media/C:|"},
         {{"remount", "/media/C:", "ro,noatime"}, Command::Send, "remount:/media/C:=ro,noatime|"},
@@ -54,6 +55,9 @@ TEST(CommandLine, ReadsOptionsAnywhere)
     EXPECT_EQ(plain.socket, "/tmp/vrmount");
     EXPECT_EQ(plain.timeout, 10000000U);
     EXPECT_FALSE(plain.json);
+    EXPECT_FALSE(plain.watch);
+    EXPECT_TRUE(CommandLine::parse({"list", "--watch"}).watch);
+    EXPECT_EQ(CommandLine::parse({"eject", "/media/\xff"}).target, "/media/\xff");
 
     const Invocation full =
         CommandLine::parse({"--timeout=0.25", "list", "--json", "--socket", "/run/\xc3\xbc"});
@@ -80,8 +84,12 @@ TEST(CommandLine, RefusesWrongUseInOneLine)
         {{"remount", "/a", "ro", "rw"}, "usage: vrmountctl remount PATH [OPTIONS]"},
         {{"send"}, "usage: vrmountctl send REQUEST"},
         {{"send", "a", "b"}, "usage: vrmountctl send REQUEST"},
-        {{"list", "/media"}, "usage: vrmountctl list [--json]"},
+        {{"list", "/media"}, "usage: vrmountctl list [--json] [--watch]"},
+        {{"eject"}, "usage: vrmountctl eject PATH|NODE"},
+        {{"eject", "/a", "/b"}, "usage: vrmountctl eject PATH|NODE"},
+        {{"status", "/a"}, "usage: vrmountctl status"},
         {{"send", "a", "--json"}, "--json goes with list only"},
+        {{"status", "--watch"}, "--watch goes with list only"},
         {{"list", "--jsn"}, "unknown option 'jsn'"},
         {{"list", "--\xc3\xbc"}, "unknown option '\xc3\xbc'"},
         {{"list", "--json=x"}, "unexpected value after '--json'"},
@@ -120,14 +128,15 @@ TEST(CommandLine, ExplainsEveryCommandOptionAndStatusInItsHelp)
 {
     EXPECT_EQ(CommandLine::helpText(), R"(Usage: vrmountctl [OPTION...] COMMAND
 
-Asks vrmountdrives, the service that mounts this machine's drives, to mount one again with other options, and
-shows what is mounted.
+Asks vrmountdrives, the service that mounts this machine's drives, to mount one again with other options, shows
+all drives and the state of the service, and ejects sticks.
 
 Commands:
   remount PATH [OPTIONS]  mount what is mounted at PATH again with OPTIONS (separated by commas)
   send REQUEST            send REQUEST as it stands
-  list [--json]           show every drive, and why one is read-only or not mounted; needs no service
+  list [--json] [--watch] show every drive, and why one is read-only or not mounted; needs no service
   eject PATH|NODE         write out and unmount a stick, so that it may be pulled
+  status                  show whether the service runs, where its letters come from, and what is wrong
 
 Options:
   --socket PATH           the service's socket (/tmp/vrmount)
@@ -135,11 +144,13 @@ Options:
                           then the request is withdrawn. The reply to a request that was taken is always
                           waited for
   --json                  list for scripts, sizes in bytes
+  --watch                 show the list anew whenever something changes, until Ctrl-C
   --help                  show this text
   --version               show the version
 
 Exit status: 0 for a reply that begins with "DONE", 1 for any other reply, 2 for wrong use, 3 when the service
-cannot be reached or is busy.
+cannot be reached or is busy. Of status: 0 when everything is fine, 1 when something is not, 3 when the service
+does not run.
 )");
 }
 

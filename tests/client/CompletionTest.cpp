@@ -39,16 +39,16 @@ protected:
 
 TEST_F(CompletionTest, OffersCommandsAndOptions)
 {
-    EXPECT_THAT(offered({""}), ElementsAre("remount", "send", "list", "eject"));
+    EXPECT_THAT(offered({""}), ElementsAre("remount", "send", "list", "eject", "status"));
     EXPECT_THAT(offered({"--timeout", "5", "re"}), ElementsAre("remount"));
     EXPECT_THAT(offered({"--"}), ElementsAre("--socket", "--timeout", "--help", "--version"));
-    EXPECT_THAT(offered({"list", "--"}), ElementsAre("--json"));
+    EXPECT_THAT(offered({"list", "--"}), ElementsAre("--json", "--watch"));
     EXPECT_THAT(offered({"send", ""}), ElementsAre());
     EXPECT_THAT(offered({"--timeout", ""}), ElementsAre());
     EXPECT_THAT(offered({"--timeout="}), ElementsAre());
     EXPECT_THAT(offered({"--timeout=5", "re"}), ElementsAre("remount"));
     EXPECT_THAT(offered({"--socket=/tmp/x", "li"}), ElementsAre("list"));
-    EXPECT_THAT(offered({"--timeout=5", "list", "--"}), ElementsAre("--json"));
+    EXPECT_THAT(offered({"--timeout=5", "list", "--"}), ElementsAre("--json", "--watch"));
 }
 
 TEST_F(CompletionTest, OffersFilesForTheSocket)

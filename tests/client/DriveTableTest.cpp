@@ -53,13 +53,21 @@ TEST(DriveTable, HasColoursWhereTheyAreWanted)
 {
     const Note trouble{"damaged", "broken", "Mend it.", true};
     EXPECT_EQ(
-        DriveTable::table({with(Bound, trouble), Locked}, DriveTable::Colours::Terminal),
+        DriveTable::table({with(Bound, trouble), Locked}, {true}),
         "\x1b[1mDIRECTORY     DEVICE            TYPE       LABEL  MODE     SIZE  FREE  NOTE\x1b[0m\n"
         "\x1b[33m/mnt/My Disk  /dev/sdb1[/home]  ext4              ro          -     -  broken\x1b[0m\n"
         "\x1b[2m-             /dev/sda4         BitLocker         -     1.0 GiB     -  encrypted\x1b[0m\n"
         "\n"
         "/dev/sdb1: Mend it.\n"
         "/dev/sda4: Unlock it.\n");
+}
+
+TEST(DriveTable, CutsLinesToTheWidthOfAScreen)
+{
+    EXPECT_EQ(DriveTable::table({Locked}, {true, 12}), "\x1b[1mDIRECTORY  D\x1b[0m\n"
+                                                       "\x1b[2m-          /\x1b[0m\n"
+                                                       "\n"
+                                                       "/dev/sda4: U\n");
 }
 
 TEST(DriveTable, AlignsNamesByWhatTheyTakeOnAScreen)

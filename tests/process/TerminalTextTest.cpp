@@ -34,6 +34,16 @@ TEST(TerminalText, LeavesNothingThatActsOnATerminal)
     }
 }
 
+TEST(TerminalText, IsCutWhereTheNextCharacterWouldNotFit)
+{
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    const std::string text = "a\xe6\x97\xa5\xc3\x9c";
+    const std::vector<std::string> cuts{"", "a", "a", "a\xe6\x97\xa5", text, text};
+    for (std::size_t most = 0; most < cuts.size(); ++most) {
+        EXPECT_EQ(TerminalText::cut(text, most), cuts[most]) << most;
+    }
+}
+
 TEST(TerminalText, CountsACharacterThatTheLocaleDoesNotKnowAsOne)
 {
     ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);

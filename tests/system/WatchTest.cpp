@@ -1,0 +1,167 @@
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <QStandardPaths>
+
+#include "tests/support/Files.h"
+#include "tests/support/Images.h"
+#include "tests/support/WaitFor.h"
+#include "tests/system/Listing.h"
+#include "tests/system/SystemTest.h"
+
+namespace fs = std::filesystem;
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+/// A real terminal, in which a program runs.
+class Terminal
+{
+public:
+    explicit Terminal(const std::string& command)
+    {
+        call({"new-session", "-d", "-x", "100", "-y", "12", command + "; echo ended with $?; sleep 60"});
+    }
+    ~Terminal() { call({"kill-server"}); }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    /// Another size in columns and rows.
+    static void resize(const std::string& columns, const std::string& rows)
+    {
+        call({"resize-window", "-x", columns, "-y", rows});
+    }
+    static void type(const std::string& keys) { call({"send-keys", keys}); }
+
+    /// Whether it shows this text, or does within some seconds.
+    static bool shows(const std::string& text)
+    {
+        return waitFor([&] { return screen().find(text) != std::string::npos; }, std::chrono::seconds(10));
+    }
+    static std::string screen() { return call({"capture-pane", "-p"}); }
+
+private:
+    static std::string call(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), {"tmux", "-S", "/tmp/tmux", "-f", "/dev/null"});
+        return runProgram(arguments, {{"LC_ALL", "C.UTF-8"}, {"TERM", "screen"}}).output;
+    }
+};
+
+/// What the threads of a process have slept and run.
+std::string activityOf(const fs::path& process)
+{
+    std::string result;
+    std::error_code failure;
+    for (const auto& thread : fs::directory_iterator(process / "task", failure)) {
+        std::istringstream lines(Files::content(thread.path() / "status"));
+        for (std::string line; std::getline(lines, line);) {
+            if (line.find("ctxt_switches") != std::string::npos) {
+                result += line + ' ';
+            }
+        }
+    }
+    return result;
+}
+
+/// Of every client that runs here.
+std::string activity()
+{
+    std::string result;
+    for (const auto& process : fs::directory_iterator("/proc")) {
+        if (Files::content(process.path() / "comm") == "vrmountctl\n") {
+            result += process.path().filename().string() + ": " + activityOf(process.path()) + '\n';
+        }
+    }
+    return result;
+}
+
+long linesIn(const std::string& text)
+{
+    return std::count(text.begin(), text.end(), '\n');
+}
+
+} // namespace
+
+/// `vrmountctl list --watch`.
+class WatchTest : public MachineTest
+{
+protected:
+    WatchTest()
+    {
+        machine.addInternal("sda1", Images::ntfs("windows", "Windows", {"Windows/"}));
+        machine.addUnplugged("sdb1", Images::ext4("stick", "STICK"));
+    }
+    const std::string command = std::string(VRMOUNTCTL) + " list --watch";
+};
+
+TEST_F(WatchTest, DrawsATerminalAnewWhenAStickComesAndGoesOrItsSizeChanges)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("tmux")).isEmpty()) {
+        GTEST_SKIP() << "tmux is not installed";
+    }
+    start();
+    const Terminal terminal(command);
+    EXPECT_TRUE(Terminal::shows("/media/C:  /dev/sda1  ntfs")) << Terminal::screen();
+    EXPECT_THAT(Terminal::screen(), StartsWith("DIRECTORY  DEVICE "));
+    machine.plug("sdb1");
+    EXPECT_TRUE(Terminal::shows("/media/STICK  /dev/sdb1  ext4")) << Terminal::screen();
+    Terminal::resize("30", "2");
+    EXPECT_TRUE(Terminal::shows("\n... 2 more\n")) << Terminal::screen();
+    Terminal::resize("100", "12");
+    EXPECT_TRUE(Terminal::shows("/media/STICK  /dev/sdb1  ext4")) << Terminal::screen();
+    machine.unplug("sdb1");
+    EXPECT_TRUE(waitFor([] { return Terminal::screen().find("sdb1") == std::string::npos; }));
+    Terminal::type("C-c");
+    EXPECT_TRUE(Terminal::shows("ended with 0")) << Terminal::screen();
+    EXPECT_THAT(Terminal::screen(), Not(HasSubstr("DIRECTORY")));
+    stop();
+}
+
+TEST_F(WatchTest, WritesEachListOnceWhereNobodyLooks)
+{
+    start();
+    const std::string output = "/tmp/lines";
+    Process watch({"sh", "-c", "exec " + command + " --json >" + output});
+    EXPECT_TRUE(waitFor([&] { return linesIn(Files::content(output)) == 1; }));
+    machine.plug("sdb1");
+    EXPECT_TRUE(waitFor([&] { return Files::content(output).find("/media/STICK") != std::string::npos; }));
+    machine.unplug("sdb1");
+    const auto last = [&] {
+        const std::string lines = Files::content(output);
+        return lines.substr(lines.rfind('\n', lines.size() - 2) + 1);
+    };
+    EXPECT_TRUE(waitFor([&] { return last().find("STICK") == std::string::npos; })) << last();
+    watch.send(SIGTERM);
+    EXPECT_EQ(watch.waitForEnd(), 0);
+    EXPECT_THAT(Files::content(output), Not(HasSubstr("\x1b")));
+    stop();
+}
+
+TEST_F(WatchTest, EndsWhenNobodyReadsItAnyMore)
+{
+    start();
+    const ProcessResult result = runProgram({"sh", "-c", command + " | head -n 1"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, StartsWith("DIRECTORY"));
+    EXPECT_TRUE(waitFor([] { return activity().empty(); }));
+    stop();
+}
+
+TEST_F(WatchTest, SleepsWhileNothingHappens)
+{
+    start();
+    const std::string output = "/tmp/lines";
+    const Process watch({"sh", "-c", "exec " + command + " >" + output});
+    EXPECT_TRUE(waitFor([&] { return linesIn(Files::content(output)) > 1; }));
+    std::string before;
+    EXPECT_TRUE(waitFor([&] { return std::exchange(before, activity()) == before && linesIn(before) == 2; }));
+    std::this_thread::sleep_for(std::chrono::seconds(10));
+    EXPECT_EQ(activity(), before);
+    stop();
+}
