@@ -109,14 +109,23 @@ const char* colourOf(const ListedDrive& drive)
     return drive.isMounted() ? Plain : Dim;
 }
 
+/// Drives with the same remedy share a line.
 std::string remedies(const std::vector<ListedDrive>& drives, const Style& style)
 {
-    std::string result;
+    std::vector<std::pair<std::string, std::string>> lines;
     for (const ListedDrive& drive : drives) {
-        if (drive.note) {
-            const std::string remedy = TerminalText::harmless(drive.mount.device + ": " + drive.note->remedy);
-            result += (result.empty() ? "\n" : "") + TerminalText::cut(remedy, style.width) + '\n';
+        const auto same = std::find_if(lines.begin(), lines.end(), [&](const auto& line) {
+            return drive.note && line.second == drive.note->remedy;
+        });
+        if (same != lines.end()) {
+            same->first += ", " + drive.mount.device;
+        } else if (drive.note) {
+            lines.emplace_back(drive.mount.device, drive.note->remedy);
         }
+    }
+    std::string result = lines.empty() ? "" : "\n";
+    for (const auto& [devices, remedy] : lines) {
+        result += TerminalText::cut(TerminalText::harmless(devices + ": " + remedy), style.width) + '\n';
     }
     return result;
 }

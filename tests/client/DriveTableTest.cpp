@@ -49,6 +49,15 @@ TEST(DriveTable, ShowsNotesBesideTheDrivesAndTheirRemediesBelow)
         "/dev/sda4: Unlock it.\n");
 }
 
+TEST(DriveTable, SaysTheSameRemedyOnce)
+{
+    const Note note{"no-service", "why", "Start it.", false};
+    ListedDrive other = Locked;
+    other.mount.device = "/dev/sda5";
+    EXPECT_THAT(DriveTable::table({with(Locked, note), Windows, with(other, note)}),
+                testing::EndsWith("  why\n\n/dev/sda4, /dev/sda5: Start it.\n"));
+}
+
 TEST(DriveTable, HasColoursWhereTheyAreWanted)
 {
     const Note trouble{"damaged", "broken", "Mend it.", true};
