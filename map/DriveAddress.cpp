@@ -46,10 +46,9 @@ bool DriveAddress::isOf(const Volume& volume) const
 {
     switch (kind) {
     case Kind::Mbr:
-        return volume.isOnMbr && signature != 0 && signature == volume.diskSignature &&
-               offset == volume.offset;
+        return signature != 0 && signature == volume.diskSignature && offset == volume.offset;
     case Kind::Gpt:
-        return !volume.isOnMbr && uuid == volume.partitionUuid;
+        return uuid == volume.partitionUuid;
     case Kind::Other:
         break;
     }

@@ -56,8 +56,8 @@ ReadingTask windowsTask(const Volume& volume, Wanted wanted)
 
 void apply(const PartitionTable& table, Volume& volume)
 {
-    volume.isOnMbr = table.type == QLatin1String("dos");
-    volume.diskSignature = volume.isOnMbr ? table.uuid.toUInt(nullptr, 16) : 0;
+    const bool isMbr = table.type == QLatin1String("dos");
+    volume.diskSignature = isMbr ? table.uuid.toUInt(nullptr, 16) : 0;
     for (const PartitionTable::Entry& entry : table.entries) {
         if (entry.number == volume.number) {
             volume.offset = entry.offset;

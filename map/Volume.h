@@ -20,7 +20,6 @@ struct Volume
 
     QString disk; ///< the node of its disk
     int number = 0;
-    bool isOnMbr = false;
     quint32 diskSignature = 0; ///< of an MBR; 0: there is none
     quint64 offset = 0;        ///< from the beginning of the disk, in bytes
     QString partitionUuid;     ///< of a GPT, in lower case

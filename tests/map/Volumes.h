@@ -27,7 +27,6 @@ inline Volume ntfs(const std::string& name)
 inline Volume onMbr(const std::string& name, quint32 signature, quint64 offset)
 {
     Volume volume = ntfs(name);
-    volume.isOnMbr = true;
     volume.diskSignature = signature;
     volume.offset = offset;
     return volume;
