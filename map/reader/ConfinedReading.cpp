@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <locale>
+#include <iterator>
 #include <system_error>
 
 #include <fcntl.h>
@@ -22,6 +22,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
+
+constexpr std::chrono::seconds LongestEnd(1);
 
 /// The first byte of what a process writes.
 constexpr char Answered = 'A';
@@ -43,8 +45,8 @@ void writeAll(char kind, const std::string& text)
 /// hivex converts names; what does that is loaded from files, which cannot be reached later.
 void loadConversions()
 {
-    iconv_open("UTF-8", "UTF-16LE");
-    iconv_open("UTF-8", "ISO8859-1");
+    static_cast<void>(iconv_open("UTF-8", "UTF-16LE"));
+    static_cast<void>(iconv_open("UTF-8", "ISO8859-1"));
 }
 
 /// What is left to do when this process is confined.
@@ -124,15 +126,27 @@ private:
             return _id < 0 && _pipe.isOpen() ? "no process can be started" : "";
         }
         int status = 0;
-        if (!_isDone) {
+        if (!_isDone || !endsSoon(status)) {
             kill(_id, SIGKILL);
             waitpid(_id, &status, WNOHANG);
             return _isTooLong ? "wrote too much" : "took too long";
         }
-        waitpid(_id, &status, 0);
         return WIFSIGNALED(status)
                    ? std::string("the process that reads it died: ") + strsignal(WTERMSIG(status))
                    : std::string();
+    }
+
+    /// What has closed its pipe ends at once, unless it is up to something else.
+    bool endsSoon(int& status) const
+    {
+        const Clock::time_point end = Clock::now() + LongestEnd;
+        while (waitpid(_id, &status, WNOHANG) == 0) {
+            if (Clock::now() > end) {
+                return false;
+            }
+            poll(nullptr, 0, 1);
+        }
+        return true;
     }
 
     pid_t _id = -1;
@@ -151,9 +165,9 @@ milliseconds left(Clock::time_point end)
 bool receiveOnce(std::vector<Child>& children, Clock::time_point end, std::size_t longest)
 {
     std::vector<pollfd> waiting;
-    for (const Child& child : children) {
-        waiting.push_back({child.descriptor(), POLLIN, 0});
-    }
+    std::transform(children.begin(), children.end(), std::back_inserter(waiting), [](const Child& child) {
+        return pollfd{child.descriptor(), POLLIN, 0};
+    });
     const bool isExpected =
         std::any_of(waiting.begin(), waiting.end(), [](const pollfd& each) { return each.fd >= 0; });
     if (!isExpected || poll(waiting.data(), waiting.size(), static_cast<int>(left(end).count())) <= 0) {

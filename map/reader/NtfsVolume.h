@@ -8,7 +8,7 @@
 
 #include "map/reader/NtfsDevice.h"
 
-struct _ntfs_volume;
+struct _ntfs_volume; // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): not our name
 
 /// An NTFS file system, read from its device through libntfs-3g without being mounted. Names are UTF-8, and
 /// case does not count when they are looked up. Whatever is a reparse point (a link, a junction) is not

@@ -170,6 +170,19 @@ TEST_F(ConfinedReadingTest, IsNotWaitedForLonger)
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
+TEST_F(ConfinedReadingTest, IsNotWaitedForWhenItClosesItsPipeAndLivesOn)
+{
+    const auto start = std::chrono::steady_clock::now();
+    const ReadingOutcome outcome = outcomeOf([]() -> std::string {
+        close(Confinement::Answer);
+        for (;;) {
+        }
+    });
+    EXPECT_FALSE(outcome.isAnswered);
+    EXPECT_EQ(outcome.text, "took too long");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+}
+
 TEST_F(ConfinedReadingTest, CostsOnlyItsOwnAnswerWhenItDies)
 {
     const std::vector<ReadingOutcome> outcomes =
