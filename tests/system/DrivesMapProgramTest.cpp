@@ -313,3 +313,19 @@ TEST_F(DrivesMapProgramTest, RefusesWrongUse)
     EXPECT_THAT(shown({"--help"}), testing::StartsWith("Usage: vrdrivesmap"));
     EXPECT_THAT(shown({"--version"}), testing::MatchesRegex("vrdrivesmap [0-9.]+\n"));
 }
+
+TEST_F(DrivesMapProgramTest, HasItsOptionsAndNodesCompleted)
+{
+    const auto offered = [](std::vector<std::string> words) {
+        words.insert(words.begin(), COMPLETE_VRDRIVESMAP);
+        return runProgram(words).output;
+    };
+    if (runProgram({COMPLETE_VRDRIVESMAP, ""}).status == 77) {
+        GTEST_SKIP() << "bash-completion is not installed";
+    }
+    EXPECT_EQ(offered({"--w"}), "--write --windows\n");
+    EXPECT_EQ(offered({"--"}), "--write --from-registry --windows --json --help --version\n");
+    EXPECT_EQ(offered({"--windows", "/dev/nul"}), "/dev/null\n");
+    EXPECT_EQ(offered({"--windows", "=", "/dev/nul"}), "/dev/null\n");
+    EXPECT_EQ(offered({""}), "\n");
+}
