@@ -21,35 +21,45 @@ DriveInquiry::DriveInquiry(MountedDrive drive, const std::optional<std::string>&
     : _drive(std::move(drive))
     , _ntfs(knownNtfs)
 {
+    std::vector<Inquiry::Question> questions;
+    const auto add = [&](Inquiry::Question question, Reader reader) {
+        questions.push_back(std::move(question));
+        _readers.push_back(reader);
+    };
     if (isNode(_drive.device)) {
-        _contentInquiry = std::make_unique<Inquiry>([&] { return Questions::askContent(_drive.device); });
+        add([&] { return Questions::askContent(_drive.device); }, &DriveInquiry::readContent);
     }
     if (!_drive.directory.empty()) {
-        _spaceInquiry = std::make_unique<Inquiry>([&] { return Questions::askSpace(_drive); });
+        add([&] { return Questions::askSpace(_drive); }, &DriveInquiry::readSpace);
     }
     if (!_ntfs && mayBeNtfsInTrouble(_drive)) {
-        _ntfsInquiry = std::make_unique<Inquiry>([&] { return Questions::askNtfs(_drive.device); });
+        add([&] { return Questions::askNtfs(_drive.device); }, &DriveInquiry::readNtfs);
     }
+    _inquiry = std::make_unique<Inquiry>(questions);
 }
 
 void DriveInquiry::collect(Inquiry::Clock::time_point end)
 {
-    if (const auto content = answer(_contentInquiry, end)) {
-        _content = Questions::readContent(*content);
-    }
-    if (const auto space = answer(_spaceInquiry, end)) {
-        _space = Questions::readSpace(*space);
-        _isDead = !_space;
-    }
-    if (const auto ntfs = answer(_ntfsInquiry, end)) {
-        _ntfs = ntfs;
+    const Inquiry::Answers answers = _inquiry->answers(end);
+    for (std::size_t at = 0; at < answers.size(); ++at) {
+        if (answers[at]) {
+            (this->*_readers[at])(*answers[at]);
+        }
     }
 }
 
-std::optional<std::string> DriveInquiry::answer(const std::unique_ptr<Inquiry>& inquiry,
-                                                Inquiry::Clock::time_point end)
+void DriveInquiry::readContent(const std::string& answer)
 {
-    std::optional<std::string> result = inquiry ? inquiry->answer(end) : std::nullopt;
-    _isLate = _isLate || (inquiry && inquiry->isLate());
-    return result;
+    _content = Questions::readContent(answer);
+}
+
+void DriveInquiry::readSpace(const std::string& answer)
+{
+    _space = Questions::readSpace(answer);
+    _isDead = !_space;
+}
+
+void DriveInquiry::readNtfs(const std::string& answer)
+{
+    _ntfs = answer;
 }

@@ -3,12 +3,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "client/Inquiry.h"
 #include "client/ListedDrive.h"
 #include "client/Questions.h"
 
-/// Everything that a drive itself is asked, at once.
+/// Everything that a drive itself is asked.
 class DriveInquiry
 {
 public:
@@ -24,19 +25,20 @@ public:
     const std::optional<Space>& space() const { return _space; }
     const std::optional<std::string>& ntfs() const { return _ntfs; }
     bool isDead() const { return _isDead; }
-    bool isLate() const { return _isLate; }
+    bool isLate() const { return _inquiry->isLate(); }
 
 private:
-    std::optional<std::string> answer(const std::unique_ptr<Inquiry>& inquiry,
-                                      Inquiry::Clock::time_point end);
+    using Reader = void (DriveInquiry::*)(const std::string& answer);
+
+    void readContent(const std::string& answer);
+    void readSpace(const std::string& answer);
+    void readNtfs(const std::string& answer);
 
     MountedDrive _drive;
-    std::unique_ptr<Inquiry> _contentInquiry;
-    std::unique_ptr<Inquiry> _spaceInquiry;
-    std::unique_ptr<Inquiry> _ntfsInquiry;
+    std::vector<Reader> _readers; ///< one for each question
+    std::unique_ptr<Inquiry> _inquiry;
     std::optional<Questions::Content> _content;
     std::optional<Space> _space;
     std::optional<std::string> _ntfs;
     bool _isDead = false;
-    bool _isLate = false;
 };

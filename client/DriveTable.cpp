@@ -125,7 +125,8 @@ std::string remedies(const std::vector<ListedDrive>& drives, const Style& style)
     }
     std::string result = lines.empty() ? "" : "\n";
     for (const auto& [devices, remedy] : lines) {
-        result += TerminalText::cut(TerminalText::harmless(devices + ": " + remedy), style.width) + '\n';
+        result += TerminalText::cut(TerminalText::harmless(devices + ": " + remedy), style.width);
+        result += '\n';
     }
     return result;
 }

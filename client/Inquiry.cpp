@@ -16,31 +16,61 @@
 
 namespace {
 
-/// Behind every answer: it distinguishes an empty one from a missing one, and a whole one from a part.
-constexpr char Mark = '=';
+/// An answer is sent as its length, a colon and itself, a missing one as the mark.
+constexpr char Missing = '!';
+constexpr char Colon = ':';
 
-void write(Poco::Pipe& pipe, const std::string& answer)
+void write(Poco::Pipe& pipe, const std::string& bytes)
 {
-    for (std::size_t at = 0; at < answer.size();) {
-        const auto left = static_cast<int>(answer.size() - at);
-        at += static_cast<std::size_t>(pipe.writeBytes(answer.data() + at, left));
+    for (std::size_t at = 0; at < bytes.size();) {
+        const auto left = static_cast<int>(bytes.size() - at);
+        at += static_cast<std::size_t>(pipe.writeBytes(bytes.data() + at, left));
     }
 }
 
-[[noreturn]] void ask(const std::function<std::string()>& question, Poco::Pipe& pipe) noexcept
+std::string answerTo(const Inquiry::Question& question)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    detachStandardStreams();
-    int status = 1;
     try {
-        const std::string answer = question() + Mark;
+        const std::string answer = question();
         if (answer.size() <= Inquiry::MaxAnswer) {
-            write(pipe, answer);
-            status = 0;
+            return std::to_string(answer.size()) + Colon + answer;
         }
     } catch (const std::exception&) {
     }
-    _exit(status);
+    return {Missing};
+}
+
+[[noreturn]] void ask(const std::vector<Inquiry::Question>& questions, Poco::Pipe& pipe) noexcept
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    detachStandardStreams();
+    try {
+        for (const Inquiry::Question& question : questions) {
+            write(pipe, answerTo(question));
+        }
+    } catch (const std::exception&) {
+        // Nobody waits any more.
+    }
+    _exit(0);
+}
+
+/// The next answer, which is taken away from the front of `received`. Nothing if it is missing or not all
+/// there.
+std::optional<std::string> take(std::string& received)
+{
+    if (received.front() == Missing) {
+        received.erase(0, 1);
+        return std::nullopt;
+    }
+    const std::size_t colon = received.find(Colon);
+    const std::size_t length = colon != std::string::npos ? std::stoul(received.substr(0, colon)) : 0;
+    if (colon == std::string::npos || received.size() - colon - 1 < length) {
+        received.clear();
+        return std::nullopt;
+    }
+    std::string answer = received.substr(colon + 1, length);
+    received.erase(0, colon + 1 + length);
+    return answer;
 }
 
 int millisecondsUntil(Inquiry::Clock::time_point end)
@@ -52,14 +82,15 @@ int millisecondsUntil(Inquiry::Clock::time_point end)
 
 } // namespace
 
-Inquiry::Inquiry(const std::function<std::string()>& question)
-    : _process(fork())
+Inquiry::Inquiry(const std::vector<Question>& questions)
+    : _count(questions.size())
+    , _process(fork())
 {
     if (_process < 0) {
         throw Poco::SystemException("no process can be started");
     }
     if (_process == 0) {
-        ask(question, _pipe);
+        ask(questions, _pipe);
     }
     _pipe.close(Poco::Pipe::CLOSE_WRITE);
 }
@@ -71,20 +102,19 @@ Inquiry::~Inquiry()
     waitpid(_process, nullptr, _hasEnded ? 0 : WNOHANG);
 }
 
-std::optional<std::string> Inquiry::answer(Clock::time_point end)
+Inquiry::Answers Inquiry::answers(Clock::time_point end)
 {
-    std::string answer;
-    while (readMore(end, answer)) {
+    while (readMore(end)) {
     }
-    if (_isLate || answer.empty() || answer.back() != Mark) {
-        return std::nullopt;
+    Answers answers;
+    for (std::size_t at = 0; at < _count; ++at) {
+        answers.push_back(_received.empty() ? std::nullopt : take(_received));
     }
-    answer.pop_back();
-    return answer;
+    return answers;
 }
 
 /// Whether there may be more still.
-bool Inquiry::readMore(Clock::time_point end, std::string& answer)
+bool Inquiry::readMore(Clock::time_point end)
 {
     pollfd pipe{_pipe.readHandle(), POLLIN, 0};
     _isLate = poll(&pipe, 1, millisecondsUntil(end)) <= 0;
@@ -93,7 +123,7 @@ bool Inquiry::readMore(Clock::time_point end, std::string& answer)
     }
     std::array<char, PIPE_BUF> buffer{};
     const int count = _pipe.readBytes(buffer.data(), static_cast<int>(buffer.size()));
-    _hasEnded = count == 0;
-    answer.append(buffer.data(), static_cast<std::size_t>(std::max(count, 0)));
-    return count > 0;
+    _hasEnded = count <= 0;
+    _received.append(buffer.data(), static_cast<std::size_t>(std::max(count, 0)));
+    return !_hasEnded;
 }

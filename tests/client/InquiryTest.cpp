@@ -117,9 +117,19 @@ TEST(Inquiry, EndsItsProcessWhenTheOneThatAsksDies)
 
 TEST(Inquiry, BringsALongAnswerWholeOrNotAtAll)
 {
-    const std::string longest(Inquiry::MaxAnswer - 1, 'x');
+    const std::string longest(Inquiry::MaxAnswer, 'x');
     EXPECT_EQ(ask([&] { return longest; }, 5s), longest);
     EXPECT_EQ(ask([&] { return longest + 'x'; }, 5s), std::nullopt);
+}
+
+TEST(Inquiry, KeepsTheAnswersThatCameBeforeOneThatNeverComes)
+{
+    const auto question = [](const char* answer) { return [answer] { return std::string(answer); }; };
+    Inquiry inquiry({question("1:a"), []() -> std::string { throw std::runtime_error("no"); }, question(""),
+                     &neverAnswer, question("b")});
+    const Inquiry::Answers answers = inquiry.answers(Clock::now() + 300ms);
+    EXPECT_THAT(answers, testing::ElementsAre("1:a", std::nullopt, "", std::nullopt, std::nullopt));
+    EXPECT_TRUE(inquiry.isLate());
 }
 
 TEST(Inquiry, DistinguishesAnAnswerThatIsLateFromNone)

@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "tests/support/Files.h"
@@ -238,5 +239,28 @@ TEST_F(DriveNotesTest, OfDisksThatDoNotAnswerTakeTwoSecondsInAll)
             << device;
     }
     EXPECT_TRUE(rows.at("/dev/sda4").value(QStringLiteral("note")).isNull());
+    stop();
+}
+
+TEST_F(DriveNotesTest, OfSixteenDrivesTakeLessThanATenthOfASecondOfTheProcessors)
+{
+    const auto spent = [] {
+        rusage usage = {};
+        getrusage(RUSAGE_CHILDREN, &usage);
+        return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+               std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+    };
+    for (int number = 1; number <= 16; ++number) {
+        const std::string node = "sd" + std::string(1, static_cast<char>('a' + number)) + "1";
+        machine.addInternal(node, number <= 4 ? Images::ntfs(node, node) : Images::ext4(node, node));
+    }
+    start();
+    auto least = std::chrono::microseconds::max();
+    for (int time = 0; time < 5; ++time) {
+        const auto before = spent();
+        ASSERT_EQ(Listing::byDevice().size(), 16U);
+        least = std::min(least, spent() - before);
+    }
+    EXPECT_LT(least, std::chrono::milliseconds(100));
     stop();
 }
