@@ -1,0 +1,7 @@
+# Cross-building for arm64 on another machine with Debian: the libraries of both architectures lie beside one another.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
+set(PKG_CONFIG_EXECUTABLE /usr/bin/aarch64-linux-gnu-pkg-config)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
