@@ -124,8 +124,9 @@ std::string remedies(const std::vector<ListedDrive>& drives, const Style& style)
         }
     }
     std::string result = lines.empty() ? "" : "\n";
-    for (const auto& [devices, remedy] : lines) {
-        result += TerminalText::cut(TerminalText::harmless(devices + ": " + remedy), style.width);
+    for (auto& [devices, remedy] : lines) {
+        devices.append(": ").append(remedy);
+        result += TerminalText::cut(TerminalText::harmless(devices), style.width);
         result += '\n';
     }
     return result;
