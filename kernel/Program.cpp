@@ -68,6 +68,7 @@ std::optional<int> run(const std::vector<std::string>& command)
 {
     const std::string program = find(command.front());
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
