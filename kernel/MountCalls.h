@@ -38,9 +38,9 @@ Outcome unmount(const QString& directory);
 Outcome forceUnmount(const QString& directory);
 /// umount2(2) with MNT_DETACH: the mount leaves the tree at once, and ends when nobody uses it any more.
 Outcome detach(const QString& directory);
-/// umount2(2) with MNT_EXPIRE: unmounts nothing that was not marked by an earlier call, and marks it. The error
-/// says the rest: EAGAIN where nobody uses the mount, EBUSY where somebody does. Whoever looks at the mount
-/// takes the mark away.
+/// umount2(2) with MNT_EXPIRE: unmounts nothing that was not marked by an earlier call, and marks it. The
+/// error says the rest: EAGAIN where nobody uses the mount, EBUSY where somebody does. Whoever looks at the
+/// mount takes the mark away.
 Outcome markUnused(const QString& directory);
 /// syncfs(2) of the file system that the directory is on: it returns when everything is on the disk.
 Outcome writeOut(const QString& directory);

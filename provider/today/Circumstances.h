@@ -5,8 +5,8 @@
 
 #include <QString>
 
-#include "provider/Device.h"
 #include "kernel/RescueMedium.h"
+#include "provider/Device.h"
 
 /// The facts that the rules use beside the devices themselves.
 struct Circumstances

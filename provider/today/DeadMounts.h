@@ -5,8 +5,8 @@
 
 #include <QStringList>
 
-#include "kernel/MountInfo.h"
 #include "kernel/BlockStack.h"
+#include "kernel/MountInfo.h"
 
 /// The mount that the NTFS driver leaves when its device is pulled out: one that answers every question with
 /// an error, and over which nothing can be mounted.

@@ -4,9 +4,9 @@
 
 #include <QTimer>
 
+#include "kernel/BlockStack.h"
 #include "kernel/MountTable.h"
 #include "provider/DeviceSource.h"
-#include "kernel/BlockStack.h"
 #include "provider/today/Rules.h"
 
 /// The devices of another source as the rules present them.

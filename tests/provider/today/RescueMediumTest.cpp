@@ -145,8 +145,7 @@ TEST_F(RescueMediumTest, IsNotOfferedNorWhatAMachineStartsFromBesideIt)
     };
     const QString vfat = node("vfat");
     const QString efi = node("C12A7328-F81F-11D2-BA4B-00A0C93EC93B");
-    const Circumstances circumstances{
-        {{makedev(8, 17), makedev(8, 1)}, {"sdb", "sda"}}, {}};
+    const Circumstances circumstances{{{makedev(8, 17), makedev(8, 1)}, {"sdb", "sda"}}, {}};
     const Picture picture = present(
         {
             numbered(internal(node("sda1"), vfat), makedev(8, 1)),
@@ -195,5 +194,6 @@ TEST(MemoryDevicesTest, AreNotOfferedByAnotherName)
                                       on("loop1", {}),
                                       on("sda", {})};
     EXPECT_THAT(nodes(present(machine)), ElementsAre("md0", "dm_2d1", "sda"));
-    EXPECT_EQ(nodes(present(machine, Rules::allBut({QStringLiteral("memory-devices")}))).size(), machine.size());
+    EXPECT_EQ(nodes(present(machine, Rules::allBut({QStringLiteral("memory-devices")}))).size(),
+              machine.size());
 }
