@@ -33,7 +33,7 @@ Bytes littleEndian(Number number)
 {
     Bytes result;
     for (std::size_t byte = 0; byte < sizeof number; ++byte) {
-        result += static_cast<char>(number >> (8 * byte) & 0xffU);
+        result += static_cast<char>(std::uint64_t(number) >> (8 * byte) & 0xffU);
     }
     return result;
 }
