@@ -16,8 +16,6 @@
 namespace fs = std::filesystem;
 
 using Listing::noteOn;
-using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 

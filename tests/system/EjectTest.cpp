@@ -17,7 +17,6 @@ using Listing::client;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 /// A stick is ejected, and pulled then: the service, whose log is watched, has nothing to complain of.
 class EjectTest : public MachineTest

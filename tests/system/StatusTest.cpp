@@ -10,8 +10,6 @@ namespace fs = std::filesystem;
 
 using Listing::client;
 using testing::ContainsRegex;
-using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
