@@ -105,7 +105,7 @@ std::optional<std::vector<AnnouncedDevice>> LastState::read() const
 
 void LastState::write(const std::vector<AnnouncedDevice>& devices)
 {
-    if (_isWritten && devices == _written) {
+    if (_file.empty() || (_isWritten && devices == _written)) {
         return;
     }
     QJsonArray entries;

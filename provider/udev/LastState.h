@@ -14,6 +14,7 @@ class LastState
 public:
     static const char* const DefaultFile;
 
+    /// Without a name nothing is kept.
     explicit LastState(std::string file = DefaultFile);
 
     /// Nothing if there is none: no file, one that is not this user's own or that others may write to, one of

@@ -64,6 +64,15 @@ TEST_F(LastStateTest, KnowsAMachineWithoutDevicesFromNoState)
     EXPECT_TRUE(isAccepted());
 }
 
+TEST_F(LastStateTest, KeepsNothingWithoutANameAndSaysNothingOfIt)
+{
+    testing::internal::CaptureStderr();
+    LastState nothing{std::string()};
+    nothing.write({announced("sda")});
+    EXPECT_FALSE(nothing.read());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(LastStateTest, ReplacesTheFileInOneStepForItsUserAlone)
 {
     LastState state(file);
