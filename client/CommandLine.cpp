@@ -6,7 +6,7 @@
 
 #include <QCommandLineParser>
 
-#include "client/RemountRequest.h"
+#include "client/service/RemountRequest.h"
 #include "interfaces/ServicePaths.h"
 #include "process/UsageError.h"
 

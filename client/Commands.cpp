@@ -9,13 +9,13 @@
 
 #include "client/DriveTable.h"
 #include "client/EjectCommand.h"
-#include "client/Exchange.h"
-#include "client/Inquiry.h"
-#include "client/MapOrigin.h"
 #include "client/Report.h"
 #include "client/StatusReport.h"
-#include "client/Survey.h"
 #include "client/WatchCommand.h"
+#include "client/service/Exchange.h"
+#include "client/survey/Inquiry.h"
+#include "client/survey/MapOrigin.h"
+#include "client/survey/Survey.h"
 #include "process/TerminalText.h"
 
 namespace Commands {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "client/CommandLine.h"
-#include "client/ExitStatus.h"
+#include "process/ExitStatus.h"
 
 /// The commands of `vrmountctl`: results go to standard output, complaints to standard error.
 namespace Commands {

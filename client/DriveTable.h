@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "client/ListedDrive.h"
+#include "client/survey/ListedDrive.h"
 
 /// The list of drives as text.
 namespace DriveTable {

@@ -6,10 +6,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "client/DriverEnds.h"
-#include "client/Ejection.h"
-#include "client/Inquiry.h"
-#include "client/MountUsers.h"
+#include "client/eject/DriverEnds.h"
+#include "client/eject/Ejection.h"
+#include "client/eject/MountUsers.h"
+#include "client/survey/Inquiry.h"
 #include "interfaces/ServicePaths.h"
 #include "kernel/Descriptor.h"
 #include "kernel/FileTree.h"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "client/ExitStatus.h"
+#include "process/ExitStatus.h"
 
 /// `vrmountctl eject`.
 namespace EjectCommand {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "client/Exchange.h"
-#include "client/ExitStatus.h"
+#include "client/service/Exchange.h"
+#include "process/ExitStatus.h"
 
 /// The result of an exchange, for the user.
 struct Report

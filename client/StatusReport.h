@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "client/ExitStatus.h"
-#include "client/Survey.h"
+#include "client/survey/Survey.h"
+#include "process/ExitStatus.h"
 
 /// `vrmountctl status`: the service, its drives, the map of their letters, and what is wrong.
 struct StatusReport

@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include "client/DriveTable.h"
-#include "client/Screen.h"
-#include "client/Survey.h"
-#include "client/WatchEvents.h"
+#include "client/survey/Survey.h"
+#include "client/watch/Screen.h"
+#include "client/watch/WatchEvents.h"
 #include "process/TerminalText.h"
 
 namespace WatchCommand {

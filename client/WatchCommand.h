@@ -1,7 +1,7 @@
 #pragma once
 
 #include "client/CommandLine.h"
-#include "client/ExitStatus.h"
+#include "process/ExitStatus.h"
 
 /// `vrmountctl list --watch`.
 namespace WatchCommand {

@@ -3,15 +3,9 @@
 #include <QCoreApplication>
 
 #include "map/Commands.h"
+#include "process/ExitStatus.h"
 #include "process/StandardStreams.h"
 #include "process/UsageError.h"
-
-namespace {
-
-constexpr int NotDone = 1;
-constexpr int WrongUse = 2;
-
-} // namespace
 
 int main(int argc, char** argv)
 {

@@ -7,8 +7,8 @@
 #include <QDBusConnection>
 #include <QDBusError>
 
+#include "process/ExitStatus.h"
 #include "process/SignalRelay.h"
-#include "provider/ExitStatus.h"
 #include "provider/MachineControl.h"
 #include "provider/UDisksService.h"
 #include "provider/machine/MachineSource.h"
@@ -24,7 +24,7 @@ using Note = std::function<void(const QString& text)>;
 void fail(const QString& text, const Note& note)
 {
     note(text);
-    QCoreApplication::exit(ExitStatus::Failed);
+    QCoreApplication::exit(ExitStatus::NotDone);
 }
 
 QString readyWith(std::size_t devices)

@@ -3,9 +3,9 @@
 #include <QCoreApplication>
 #include <QTextCodec>
 
+#include "process/ExitStatus.h"
 #include "process/StandardStreams.h"
 #include "process/UsageError.h"
-#include "provider/ExitStatus.h"
 #include "provider/ExplainCommand.h"
 #include "provider/MachineClient.h"
 #include "provider/ServeCommand.h"
@@ -55,6 +55,6 @@ int main(int argc, char** argv)
     } catch (const MachineFileError& error) {
         return say(error.what(), ExitStatus::WrongUse);
     } catch (const std::runtime_error& error) {
-        return say(error.what(), ExitStatus::Failed);
+        return say(error.what(), ExitStatus::NotDone);
     }
 }

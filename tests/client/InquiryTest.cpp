@@ -1,4 +1,4 @@
-#include "client/Inquiry.h"
+#include "client/survey/Inquiry.h"
 
 #include <csignal>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "client/MountedDrive.h"
+#include "client/survey/MountedDrive.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "client/Note.h"
+#include "client/notes/Note.h"
 
 #include <regex>
 

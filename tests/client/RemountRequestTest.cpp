@@ -1,4 +1,4 @@
-#include "client/RemountRequest.h"
+#include "client/service/RemountRequest.h"
 
 #include <gmock/gmock.h>
 

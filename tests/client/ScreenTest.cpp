@@ -1,4 +1,4 @@
-#include "client/Screen.h"
+#include "client/watch/Screen.h"
 
 #include <gmock/gmock.h>
 

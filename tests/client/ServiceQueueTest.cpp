@@ -1,4 +1,4 @@
-#include "client/ServiceQueue.h"
+#include "client/service/ServiceQueue.h"
 
 #include <gtest/gtest.h>
 

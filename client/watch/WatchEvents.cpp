@@ -1,0 +1,65 @@
+#include "client/watch/WatchEvents.h"
+
+#include <array>
+#include <csignal>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include "kernel/MountTable.h"
+
+namespace {
+
+Descriptor signals()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH}) {
+        sigaddset(&set, number);
+    }
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+    return Descriptor(signalfd(-1, &set, SFD_CLOEXEC));
+}
+
+} // namespace
+
+WatchEvents::WatchEvents()
+    : _mounts(openFile(MountTable::Self, O_RDONLY, "cannot read"))
+    , _signals(signals())
+{
+}
+
+WatchEvents::Event WatchEvents::wait(std::optional<std::chrono::milliseconds> bound)
+{
+    // The mount table can always be read; that it has changed is exceptional, and an error too.
+    std::array<pollfd, 4> events{{{_mounts.get(), POLLPRI, 0},
+                                  {_signals.get(), POLLIN, 0},
+                                  {_hasBus ? _bus.descriptor() : -1, POLLIN, 0},
+                                  {STDOUT_FILENO, 0, 0}}};
+    if (poll(events.data(), events.size(), bound ? static_cast<int>(bound->count()) : -1) <= 0) {
+        return Event::Look;
+    }
+    if ((events[3].revents & (POLLERR | POLLHUP)) != 0) {
+        return Event::End;
+    }
+    if (events[1].revents != 0) {
+        return signal();
+    }
+    return events[0].revents != 0 ? Event::Drives : heard();
+}
+
+WatchEvents::Event WatchEvents::signal() const
+{
+    signalfd_siginfo about = {};
+    const bool isRead = read(_signals.get(), &about, sizeof about) == sizeof about;
+    return isRead && about.ssi_signo == SIGWINCH ? Event::Look : Event::End;
+}
+
+WatchEvents::Event WatchEvents::heard()
+{
+    const std::string what = _bus.take();
+    _hasBus = !what.empty();
+    return what.find(BusWatch::Arrival) != std::string::npos || !_hasBus ? Event::Drives : Event::Look;
+}
