@@ -133,6 +133,11 @@ std::string md(const std::string& name)
     return image(name, Place, block);
 }
 
+std::string pool(const std::string& name)
+{
+    return image(name, 0, "bluestore block device\n");
+}
+
 std::string refs(const std::string& name)
 {
     return image(name, 0, Bytes("\0\0\0ReFS\0", 8));

@@ -5,12 +5,14 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "kernel/LoopDevice.h"
 #include "tests/support/Files.h"
 #include "tests/support/ForeignImages.h"
 #include "tests/support/Images.h"
 #include "tests/support/KernelMounts.h"
 #include "tests/support/WaitFor.h"
 #include "tests/system/Listing.h"
+#include "tests/system/StandIn.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;
@@ -78,12 +80,13 @@ TEST_F(DriveNotesTest, SayWhyNothingOfADiskCanBeMounted)
     machine.addInternal("sda3", ForeignImages::luks("luks"));
     machine.addInternal("sda4", ForeignImages::lvm("lvm"));
     machine.addInternal("sda5", ForeignImages::md("md"));
+    machine.addInternal("sda10", ForeignImages::pool("pool"));
     machine.addInternal("sda6", Images::swap("swap", "SWAP"));
     machine.addInternal("sda7", Images::blank("blank"));
     machine.addInternal("sda8", ForeignImages::refs("refs"));
     machine.addInternal("sda9", damaged());
     machine.addExternal("sdb", Images::ext4("stick", "WHOLE"));
-    for (int unknown = 0; unknown < 5; ++unknown) {
+    for (int unknown = 0; unknown < 6; ++unknown) {
         expectWarning(ServiceLog::quoted("ERROR mount: No such device"));
     }
     expectQuotedWarning("WARNING ntfs-3g: 0xd00");
@@ -97,6 +100,7 @@ TEST_F(DriveNotesTest, SayWhyNothingOfADiskCanBeMounted)
         {"sda4", "lvm", "LVM2_member"},
         {"sda5", "md", "linux_raid_member"},
         {"sda6", "swap", "swap"},
+        {"sda10", "pool", "ceph_bluestore"},
         {"sda7", "no-file-system", ""},
         {"sda8", "no-driver", "ReFS"},
         {"sda9", "damaged", "ntfs"},
@@ -214,6 +218,37 @@ TEST_F(DriveNotesTest, SayThatASharedMountLetsNoPartitionGo)
     EXPECT_EQ(KernelMounts::sourceAt("/mnt/sda1"), "/dev/sda1");
     EXPECT_EQ(noteOn("/dev/sda1"), "shared-mount");
     stop();
+}
+
+TEST_F(DriveNotesTest, SayWhatTheKernelHasAndTheProviderDoesNotOffer)
+{
+    machine.addInternal("sda1", Images::ext4("linux", "Linux"));
+    start();
+    const LoopDevice other(Images::ext4("other", "Other"), "sdz1");
+    EXPECT_EQ(noteOn("/dev/sdz1"), "not-offered");
+    EXPECT_EQ(Listing::text("/dev/sdz1", "label"), "Other");
+    machine.stopUDisks();
+    EXPECT_EQ(noteOn("/dev/sdz1"), "");
+    stop();
+}
+
+TEST_F(DriveNotesTest, SayThatTheServiceStillArrangesTheDrives)
+{
+    machine.addInternal("sda1", Images::ntfs("windows", "Windows"));
+    machine.addInternal("sda2", Images::ext4("linux", "Linux"));
+    machine.start();
+    Files::write("/tmp/held", "");
+    const Process::Environment environment = StandIn::environment();
+    StandIn::make("ntfs-3g", "touch /tmp/driving\n"
+                             "while [ -e /tmp/held ]; do sleep 0.05; done\n"
+                             "exec /usr/bin/ntfs-3g \"$@\"\n");
+    Service service({"log=10"}, environment);
+    ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/driving"); }));
+    EXPECT_EQ(noteOn("/dev/sda2"), "arranging");
+    fs::remove("/tmp/held");
+    ASSERT_TRUE(service.isReady());
+    EXPECT_EQ(noteOn("/dev/sda2"), "");
+    EXPECT_EQ(service.stop(SIGTERM), 0);
 }
 
 TEST_F(DriveNotesTest, OfDisksThatDoNotAnswerTakeTwoSecondsInAll)

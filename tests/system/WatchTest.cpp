@@ -28,7 +28,12 @@ public:
     {
         call({"new-session", "-d", "-x", "100", "-y", "12", command + "; echo ended with $?; sleep 60"});
     }
-    ~Terminal() { call({"kill-server"}); }
+    /// The next one is not to find this one's end.
+    ~Terminal()
+    {
+        call({"kill-server"});
+        waitFor([] { return call({"list-sessions"}).find("no server") != std::string::npos; });
+    }
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
@@ -45,6 +50,8 @@ public:
         return waitFor([&] { return screen().find(text) != std::string::npos; }, std::chrono::seconds(10));
     }
     static std::string screen() { return call({"capture-pane", "-p"}); }
+    /// Whether anything on it is coloured or bold.
+    static bool hasColours() { return call({"capture-pane", "-p", "-e"}).find("\x1b[") != std::string::npos; }
 
 private:
     static std::string call(std::vector<std::string> arguments)
@@ -102,6 +109,11 @@ long linesIn(const std::string& text)
     return std::count(text.begin(), text.end(), '\n');
 }
 
+bool isTerminalMissing()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("tmux")).isEmpty();
+}
+
 } // namespace
 
 /// `vrmountctl list --watch`.
@@ -118,7 +130,7 @@ protected:
 
 TEST_F(WatchTest, DrawsATerminalAnewWhenAStickComesAndGoesOrItsSizeChanges)
 {
-    if (QStandardPaths::findExecutable(QStringLiteral("tmux")).isEmpty()) {
+    if (isTerminalMissing()) {
         GTEST_SKIP() << "tmux is not installed";
     }
     start();
@@ -136,6 +148,21 @@ TEST_F(WatchTest, DrawsATerminalAnewWhenAStickComesAndGoesOrItsSizeChanges)
     Terminal::type("C-c");
     EXPECT_TRUE(Terminal::shows("ended with 0")) << Terminal::screen();
     EXPECT_THAT(Terminal::screen(), Not(HasSubstr("DIRECTORY")));
+    stop();
+}
+
+TEST_F(WatchTest, HasColoursOnATerminalUnlessSomebodyMinds)
+{
+    if (isTerminalMissing()) {
+        GTEST_SKIP() << "tmux is not installed";
+    }
+    start();
+    for (const auto& [setting, isColoured] :
+         {std::pair("", true), std::pair("NO_COLOR= ", true), std::pair("NO_COLOR=1 ", false)}) {
+        const Terminal terminal(std::string(setting) + VRMOUNTCTL + " list");
+        EXPECT_TRUE(Terminal::shows("ended with 0")) << Terminal::screen();
+        EXPECT_EQ(Terminal::hasColours(), isColoured) << setting;
+    }
     stop();
 }
 
