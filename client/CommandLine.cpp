@@ -8,6 +8,7 @@
 
 #include "client/service/RemountRequest.h"
 #include "interfaces/ServicePaths.h"
+#include "process/ParserComplaint.h"
 #include "process/UsageError.h"
 
 namespace CommandLine {
@@ -135,15 +136,6 @@ void readCommand(const QCommandLineParser& parser, Invocation& invocation)
     requireOptionsOf(invocation);
 }
 
-/// "Unknown option 'x'." in the form of this program's own complaints.
-std::string complaintOf(const QCommandLineParser& parser)
-{
-    QString sentence = parser.errorText();
-    sentence[0] = sentence[0].toLower();
-    sentence.chop(1);
-    return bytes(sentence);
-}
-
 void parseArguments(QCommandLineParser& parser, const std::vector<std::string>& arguments)
 {
     QStringList texts(QStringLiteral("vrmountctl"));
@@ -151,7 +143,7 @@ void parseArguments(QCommandLineParser& parser, const std::vector<std::string>& 
         texts += text(argument);
     }
     if (!parser.parse(texts)) {
-        throw UsageError(complaintOf(parser));
+        throw UsageError(bytes(complaintOf(parser)));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 
+#include "process/ParserComplaint.h"
 #include "process/UsageError.h"
 
 namespace CommandLine {
@@ -17,15 +18,6 @@ void declareOptions(QCommandLineParser& parser)
     parser.addOption({QStringLiteral("windows"), {}, QStringLiteral("node")});
 }
 
-/// "Unknown option 'x'." in the form of this program's own complaints.
-std::string complaintOf(const QCommandLineParser& parser)
-{
-    QString sentence = parser.errorText();
-    sentence[0] = sentence[0].toLower();
-    sentence.chop(1);
-    return sentence.toStdString();
-}
-
 void parseArguments(QCommandLineParser& parser, const std::vector<std::string>& arguments)
 {
     QStringList texts(QStringLiteral("vrdrivesmap"));
@@ -33,7 +25,7 @@ void parseArguments(QCommandLineParser& parser, const std::vector<std::string>& 
         texts += QString::fromStdString(argument);
     }
     if (!parser.parse(texts)) {
-        throw UsageError(complaintOf(parser));
+        throw UsageError(complaintOf(parser).toStdString());
     }
     if (!parser.positionalArguments().isEmpty()) {
         throw UsageError("no such argument: " + parser.positionalArguments().first().toStdString());
