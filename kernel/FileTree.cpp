@@ -1,6 +1,7 @@
 #include "kernel/FileTree.h"
 
 #include <cstdio>
+#include <fstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -50,6 +51,18 @@ std::optional<Place> look(const QByteArray& path)
 std::optional<Place> look(int descriptor)
 {
     return look(descriptor, "", AT_EMPTY_PATH);
+}
+
+std::uint64_t mountIdIn(const std::string& fdinfo)
+{
+    std::ifstream about(fdinfo);
+    for (std::string word; about >> word;) {
+        std::uint64_t id = 0;
+        if (word == "mnt_id:" && about >> id) {
+            return id;
+        }
+    }
+    return 0;
 }
 
 } // namespace FileTree

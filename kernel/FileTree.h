@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include <sys/types.h>
@@ -34,5 +35,9 @@ struct Place
 /// of what is mounted has died.
 std::optional<Place> look(const QByteArray& path);
 std::optional<Place> look(int descriptor);
+
+/// The id of the mount that an open file lies on, from its file below /proc/PROCESS/fdinfo: the driver of a
+/// dead mount is not asked. 0 if the kernel does not say.
+std::uint64_t mountIdIn(const std::string& fdinfo);
 
 } // namespace FileTree

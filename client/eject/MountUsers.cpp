@@ -16,9 +16,11 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t MostNamed = 5;
 
-bool isAmong(const std::vector<Mount>& mounts, long id)
+/// No mount has the id 0, which stands for one that is not known.
+bool isAmong(const std::vector<Mount>& mounts, std::uint64_t id)
 {
-    return std::any_of(mounts.begin(), mounts.end(), [&](const Mount& mount) { return mount.id == id; });
+    return std::any_of(mounts.begin(), mounts.end(),
+                       [&](const Mount& mount) { return static_cast<std::uint64_t>(mount.id) == id; });
 }
 
 /// The working directory, the root directory and the program.
@@ -26,20 +28,8 @@ bool livesOn(const std::vector<Mount>& mounts, const fs::path& process)
 {
     for (const char* place : {"cwd", "root", "exe"}) {
         const auto found = FileTree::look(QByteArray::fromStdString(process / place));
-        if (found && found->mountId != 0 && isAmong(mounts, static_cast<long>(found->mountId))) {
+        if (found && isAmong(mounts, found->mountId)) {
             return true;
-        }
-    }
-    return false;
-}
-
-bool isOpenOn(const std::vector<Mount>& mounts, const fs::path& about)
-{
-    std::ifstream lines(about);
-    for (std::string word; lines >> word;) {
-        long id = 0;
-        if (word == "mnt_id:" && lines >> id) {
-            return isAmong(mounts, id);
         }
     }
     return false;
@@ -50,7 +40,7 @@ bool hasOpenFileOn(const std::vector<Mount>& mounts, const fs::path& process)
     std::error_code failure;
     for (fs::directory_iterator file(process / "fdinfo", failure), end; !failure && file != end;
          file.increment(failure)) {
-        if (isOpenOn(mounts, file->path())) {
+        if (isAmong(mounts, FileTree::mountIdIn(file->path()))) {
             return true;
         }
     }

@@ -1,7 +1,5 @@
 #include "provider/today/DeadMounts.h"
 
-#include <fstream>
-
 #include <fcntl.h>
 #include <sys/sysmacros.h>
 
@@ -20,17 +18,11 @@ bool isDriverOnDevice(const Mount& mount)
     return (mount.type == "fuseblk" || mount.type.startsWith("fuseblk.")) && major(mount.number) != 0;
 }
 
-/// The id of the mount that an open file lies on; 0 if the kernel does not say.
-int mountIdOf(const Descriptor& file)
+/// Whether what was opened is this mount, not what was mounted there meanwhile.
+bool isOn(const Mount& mount, const Descriptor& file)
 {
-    std::ifstream about("/proc/self/fdinfo/" + std::to_string(file.get()));
-    for (std::string word; about >> word;) {
-        int id = 0;
-        if (word == "mnt_id:" && about >> id) {
-            return id;
-        }
-    }
-    return 0;
+    return FileTree::mountIdIn("/proc/self/fdinfo/" + std::to_string(file.get())) ==
+           static_cast<std::uint64_t>(mount.id);
 }
 
 QString line(const char* form, const QByteArray& target)
@@ -60,7 +52,7 @@ QStringList takeAway(const std::vector<Mount>& dead)
     QStringList lines;
     for (const Mount& mount : dead) {
         const Descriptor top(open(mount.target.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-        if (!top.isOpen() || mountIdOf(top) != mount.id) {
+        if (!top.isOpen() || !isOn(mount, top)) {
             continue;
         }
         const MountCalls::Outcome outcome =

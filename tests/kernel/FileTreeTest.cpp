@@ -85,3 +85,22 @@ TEST_F(FileTreeTest, KnowsAMountByItsIdInTheTable)
     ASSERT_NE(mount, nullptr);
     EXPECT_EQ(place->mountId, static_cast<std::uint64_t>(mount->id));
 }
+
+TEST_F(FileTreeTest, ReadsTheMountOfAnOpenFile)
+{
+    write("file", "");
+    const Descriptor file(open(path("file").constData(), O_PATH | O_CLOEXEC));
+    ASSERT_TRUE(file.isOpen());
+    const auto place = FileTree::look(file.get());
+    ASSERT_TRUE(place);
+    EXPECT_EQ(FileTree::mountIdIn("/proc/self/fdinfo/" + std::to_string(file.get())), place->mountId);
+}
+
+TEST_F(FileTreeTest, KnowsNoMountOfAFileThatTheKernelDoesNotDescribe)
+{
+    write("without", "pos:\t0\nflags:\t02\n");
+    write("damaged", "mnt_id:\tnone\n");
+    EXPECT_EQ(FileTree::mountIdIn(path("without").toStdString()), 0U);
+    EXPECT_EQ(FileTree::mountIdIn(path("damaged").toStdString()), 0U);
+    EXPECT_EQ(FileTree::mountIdIn(path("none").toStdString()), 0U);
+}
