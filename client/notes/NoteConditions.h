@@ -22,26 +22,40 @@ bool no(Drive drive)
     return !condition(drive);
 }
 
+/// A fact that is true.
+template<bool DriveFacts::*fact>
+bool is(Drive drive)
+{
+    return drive.*fact;
+}
+
+/// A fact that names something.
+template<std::string DriveFacts::*fact>
+bool has(Drive drive)
+{
+    return !(drive.*fact).empty();
+}
+
 template<int status>
 bool probed(Drive drive)
 {
     return drive.ntfs == status;
 }
 
-bool isReadOnly(Drive drive);
-bool isDead(Drive drive);
-bool isLate(Drive drive);
-bool isCovered(Drive drive);
-bool isWriteProtected(Drive drive);
-bool isIdentified(Drive drive);
-bool isPartition(Drive drive);
-bool isMountedElsewhere(Drive drive);
-bool isRescueMedium(Drive drive);
-bool hasDriver(Drive drive);
-bool getsLetter(Drive drive);
-bool isLater(Drive drive);
-bool isPlaceTaken(Drive drive);
-bool isRootShared(Drive drive);
+constexpr auto isReadOnly = &is<&DriveFacts::isReadOnly>;
+constexpr auto isDead = &is<&DriveFacts::isDead>;
+constexpr auto isLate = &is<&DriveFacts::isLate>;
+constexpr auto isCovered = &has<&DriveFacts::coveredBy>;
+constexpr auto isWriteProtected = &is<&DriveFacts::isWriteProtected>;
+constexpr auto isIdentified = &is<&DriveFacts::isIdentified>;
+constexpr auto isPartition = &is<&DriveFacts::isPartition>;
+constexpr auto isMountedElsewhere = &has<&DriveFacts::elsewhere>;
+constexpr auto isRescueMedium = &is<&DriveFacts::isRescueMedium>;
+constexpr auto hasDriver = &is<&DriveFacts::hasDriver>;
+constexpr auto getsLetter = &is<&DriveFacts::getsLetter>;
+constexpr auto isLater = &is<&DriveFacts::isLater>;
+constexpr auto isPlaceTaken = &has<&DriveFacts::placeTakenBy>;
+constexpr auto isRootShared = &is<&DriveFacts::isTemporaryRootShared>;
 
 /// A partition that the service gives a letter to, and may remount.
 bool isArranged(Drive drive);
