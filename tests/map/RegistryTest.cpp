@@ -47,6 +47,17 @@ TEST_F(RegistryTest, TakesNothingElseForALetter)
                 ElementsAre("C 01", "D 03"));
 }
 
+TEST_F(RegistryTest, KnowsLettersByTheirWholeNames)
+{
+    EXPECT_THAT(drivesOf(make({"a=hex:01", "z=hex:02", "B=hex:03", "Y=hex:04"})),
+                ElementsAre("A 01", "Z 02", "B 03", "Y 04"));
+    EXPECT_THAT(drivesOf(make({"Z=hex:01"})), ElementsAre("Z 01"));
+    for (const char* name : {"EE", "", "[", "@", "`", "{", R"(\DosDevices\E;)", R"(\DosDevicez\E:)",
+                             R"(\??\Volume{E}\E:)", R"(\DosDevices\E:\)"}) {
+        EXPECT_THAT(drivesOf(make({std::string(name) + "=hex:01"})), IsEmpty()) << name;
+    }
+}
+
 TEST_F(RegistryTest, HasNoLettersWithoutTheKey)
 {
     EXPECT_THAT(drivesOf(make({"--key", "Select", "C=hex:01"})), IsEmpty());
