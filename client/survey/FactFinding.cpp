@@ -100,7 +100,7 @@ void addMount(DriveFacts& facts, const MountedDrive& drive, const Surroundings& 
 void addOtherMounts(DriveFacts& facts, dev_t number, const Surroundings& machine)
 {
     for (const Mount& mount : machine.mounts) {
-        if (number != 0 && mount.number == number && facts.elsewhere.empty()) {
+        if (mount.number == number && facts.elsewhere.empty()) {
             facts.elsewhere = mount.target.toStdString();
         }
     }

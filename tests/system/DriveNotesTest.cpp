@@ -179,6 +179,9 @@ TEST_F(DriveNotesTest, SayWhatBecameOfADriveThatWasMounted)
     for (const auto& [device, note] : table) {
         EXPECT_EQ(noteOn(device), note) << device;
     }
+    run({"mount", "-t", "tmpfs", "second", "/media/D:"});
+    EXPECT_EQ(Listing::text("/dev/sda2", "reason"), "hidden by second, which is mounted over it");
+    unmount("/media/D:");
     run({"blockdev", "--setrw", "/dev/sda5"});
     for (const char* directory : {"/media/C:", "/tmp/elsewhere", "/run/live/medium", "/media/STICK"}) {
         umount2(directory, MNT_DETACH);
@@ -206,7 +209,10 @@ TEST_F(DriveNotesTest, SayWhyAPartitionHasNoLetter)
     EXPECT_EQ(noteOn("/dev/sdb1"), "appeared-later");
     EXPECT_EQ(noteOn("/dev/sdc1"), "no-letter");
     EXPECT_EQ(noteOn("/dev/sdd1"), "windows-hidden");
-    stop();
+    // Without a service nothing is later than its start.
+    service().send(SIGKILL);
+    ASSERT_TRUE(service().waitForEnd(std::chrono::seconds(5)));
+    EXPECT_EQ(noteOn("/dev/sdb1"), "no-letter");
 }
 
 TEST_F(DriveNotesTest, SayThatASharedMountLetsNoPartitionGo)
@@ -225,10 +231,18 @@ TEST_F(DriveNotesTest, SayWhatTheKernelHasAndTheProviderDoesNotOffer)
     machine.addInternal("sda1", Images::ext4("linux", "Linux"));
     start();
     const LoopDevice other(Images::ext4("other", "Other"), "sdz1");
+    const LoopDevice blank(Images::blank("blank"), "sdz2");
+    const LoopDevice memory(Images::ext4("memory", "Memory"), "zram0");
+    Files::write("/tmp/tiny", std::string(4096, '\0'));
+    const LoopDevice tiny("/tmp/tiny", "sdz3");
     EXPECT_EQ(noteOn("/dev/sdz1"), "not-offered");
     EXPECT_EQ(Listing::text("/dev/sdz1", "label"), "Other");
     machine.stopUDisks();
     EXPECT_EQ(noteOn("/dev/sdz1"), "");
+    EXPECT_EQ(noteOn("/dev/sdz2"), "no-file-system");
+    for (const char* device : {"/dev/zram0", "/dev/sdz3"}) {
+        EXPECT_EQ(Listing::byDevice().count(device), 0U) << device;
+    }
     stop();
 }
 
