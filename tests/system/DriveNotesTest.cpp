@@ -137,6 +137,11 @@ TEST_F(DriveNotesTest, SayWhyADriveIsReadOnly)
     EXPECT_EQ(noteOn("/dev/sda3"), "requested");
     EXPECT_EQ(noteOn("/dev/sda4"), "requested");
     EXPECT_EQ(noteOn("/dev/sda5"), "write-protected");
+    // A part of a drive that is shown elsewhere says nothing of the drive.
+    fs::create_directory("/media/part");
+    run({"mount", "--bind", "/media/C:/Windows", "/media/part"});
+    EXPECT_EQ(noteOn("/dev/sda1"), "");
+    unmount("/media/part");
     for (const char* device : {"/dev/sda1", "/dev/sda2", "/dev/sda3", "/dev/sda4", "/dev/sda5"}) {
         tryRemedy(device);
     }
