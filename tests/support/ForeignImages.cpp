@@ -58,6 +58,16 @@ std::uint32_t lvmChecksum(const Bytes& bytes)
     return sum;
 }
 
+/// The checksum of an array's description: the sum of its words, and of the carries.
+std::uint32_t mdChecksum(const Bytes& bytes)
+{
+    std::uint64_t sum = 0;
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        sum += std::uint64_t(static_cast<unsigned char>(bytes[at])) << (8 * (at % 4));
+    }
+    return static_cast<std::uint32_t>(sum + (sum >> 32U));
+}
+
 /// Where the journal of an NTFS image lies that mkfs.ntfs has just filled with ones.
 std::size_t journalIn(const std::string& image)
 {
@@ -127,9 +137,11 @@ std::string lvm(const std::string& name)
 std::string md(const std::string& name)
 {
     constexpr std::size_t Place = 4096;
+    constexpr std::size_t Described = 256;
     Bytes block(PageSize, '\0');
     put(block, 0, littleEndian<std::uint32_t>(0xa92b4efc) + littleEndian<std::uint32_t>(1));
     put(block, 144, littleEndian<std::uint64_t>(Place / SectorSize));
+    put(block, 216, littleEndian(mdChecksum(block.substr(0, Described))));
     return image(name, Place, block);
 }
 
