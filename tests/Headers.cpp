@@ -1,0 +1,5 @@
+// Is compiled for its precompiled header, which every test program uses.
+int main()
+{
+    return 0;
+}
