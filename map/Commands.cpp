@@ -9,6 +9,7 @@
 #include "map/DecisionText.h"
 #include "map/Devices.h"
 #include "map/MapPlace.h"
+#include "process/ExitStatus.h"
 #include "process/TerminalText.h"
 
 namespace Commands {
@@ -80,7 +81,7 @@ int carryOut(const Invocation& invocation)
     case Invocation::Command::Write:
         return write(invocation);
     }
-    return 1;
+    return ExitStatus::NotDone;
 }
 
 void complain(const std::string& sentence)

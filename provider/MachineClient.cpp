@@ -9,9 +9,7 @@
 namespace MachineClient {
 namespace {
 
-constexpr int Refused = 1;
-constexpr int NoProvider = 3;
-const Outcome Nobody{NoProvider, "no provider answers on the system bus"};
+const Outcome Nobody{ExitStatus::Unreachable, "no provider answers on the system bus"};
 
 QDBusMessage callFor(const CommandLine& line)
 {
@@ -43,9 +41,9 @@ Outcome failure(const QDBusError& error)
     case QDBusError::UnknownObject:
     case QDBusError::UnknownMethod:
     case QDBusError::UnknownInterface:
-        return {Refused, "the provider that runs serves no simulated machine"};
+        return {ExitStatus::NotDone, "the provider that runs serves no simulated machine"};
     default:
-        return {Refused, error.message().toStdString()};
+        return {ExitStatus::NotDone, error.message().toStdString()};
     }
 }
 
@@ -54,7 +52,7 @@ Outcome failure(const QDBusError& error)
 Outcome carryOut(const CommandLine& line, const QDBusConnection& bus)
 {
     if (!bus.isConnected()) {
-        return {NoProvider, "no provider answers: there is no system bus"};
+        return {ExitStatus::Unreachable, "no provider answers: there is no system bus"};
     }
     QDBusMessage call = callFor(line);
     call.setAutoStartService(false);

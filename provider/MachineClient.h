@@ -4,6 +4,7 @@
 
 #include <QDBusConnection>
 
+#include "process/ExitStatus.h"
 #include "provider/CommandLine.h"
 
 /// The command form of org.vorna.vrudisks.Machine.
@@ -11,7 +12,7 @@ namespace MachineClient {
 
 struct Outcome
 {
-    int status = 0;      ///< 0 done, 1 refused, 3 no provider answers
+    ExitStatus status = ExitStatus::Done;
     std::string message; ///< one line for the user unless done
 };
 
