@@ -1,6 +1,7 @@
 #include "tests/support/ForeignImages.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -148,6 +149,13 @@ std::string md(const std::string& name)
 std::string pool(const std::string& name)
 {
     return image(name, 0, "bluestore block device\n");
+}
+
+std::string firmwareRaid(const std::string& name)
+{
+    std::string file = Images::blank(name);
+    writeAt(file, std::filesystem::file_size(file) - 2 * SectorSize, "Intel Raid ISM Cfg Sig. 1.3.00");
+    return file;
 }
 
 std::string refs(const std::string& name)

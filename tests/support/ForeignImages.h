@@ -11,6 +11,8 @@ std::string lvm(const std::string& name);
 std::string md(const std::string& name);
 /// A part of a pool of many machines' disks.
 std::string pool(const std::string& name);
+/// A disk of an array that the firmware of PCs makes.
+std::string firmwareRaid(const std::string& name);
 /// A file system of Windows for which no kernel has a driver.
 std::string refs(const std::string& name);
 

@@ -81,12 +81,13 @@ TEST_F(DriveNotesTest, SayWhyNothingOfADiskCanBeMounted)
     machine.addInternal("sda4", ForeignImages::lvm("lvm"));
     machine.addInternal("sda5", ForeignImages::md("md"));
     machine.addInternal("sda10", ForeignImages::pool("pool"));
+    machine.addInternal("sda11", ForeignImages::firmwareRaid("raid"));
     machine.addInternal("sda6", Images::swap("swap", "SWAP"));
     machine.addInternal("sda7", Images::blank("blank"));
     machine.addInternal("sda8", ForeignImages::refs("refs"));
     machine.addInternal("sda9", damaged());
     machine.addExternal("sdb", Images::ext4("stick", "WHOLE"));
-    for (int unknown = 0; unknown < 6; ++unknown) {
+    for (int unknown = 0; unknown < 7; ++unknown) {
         expectWarning(ServiceLog::quoted("ERROR mount: No such device"));
     }
     expectQuotedWarning("WARNING ntfs-3g: 0xd00");
@@ -101,6 +102,7 @@ TEST_F(DriveNotesTest, SayWhyNothingOfADiskCanBeMounted)
         {"sda5", "md", "linux_raid_member"},
         {"sda6", "swap", "swap"},
         {"sda10", "pool", "ceph_bluestore"},
+        {"sda11", "raid", "isw_raid_member"},
         {"sda7", "no-file-system", ""},
         {"sda8", "no-driver", "ReFS"},
         {"sda9", "damaged", "ntfs"},
