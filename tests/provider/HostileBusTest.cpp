@@ -24,7 +24,7 @@ constexpr unsigned Seed = 20261121;
 constexpr int RandomCalls = 100000;
 constexpr std::chrono::seconds UsualTime(1);
 constexpr int WarmingUp = 1000;
-#ifdef SANITIZED
+#ifdef ADDRESS_SANITIZER
 constexpr long MostGrowth = 512L * 1024; // KiB; what is freed is kept back to be watched
 #else
 constexpr long MostGrowth = 1024; // KiB
