@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t MostNamed = 5;
 
-/// No mount has the id 0, which stands for one that is not known.
+/// No mount in the table has the id 0, which stands for one that is not known.
 bool isAmong(const std::vector<Mount>& mounts, std::uint64_t id)
 {
     return std::any_of(mounts.begin(), mounts.end(),
