@@ -34,4 +34,13 @@ inline std::vector<std::string> namesIn(const std::string& directory)
     return result;
 }
 
+/// Whether its directory has a file of this name. The file itself is left alone: while somebody looks at a
+/// mount, it cannot be unmounted.
+inline bool isListed(const std::string& path)
+{
+    const std::filesystem::path file(path);
+    const std::vector<std::string> names = namesIn(file.parent_path());
+    return std::binary_search(names.begin(), names.end(), file.filename().string());
+}
+
 } // namespace Files

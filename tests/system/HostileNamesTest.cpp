@@ -45,7 +45,7 @@ TEST_P(OddLabelTest, IsADirectoryNameForTheKernel)
     const std::string directory = "/media/" + GetParam().label;
     EXPECT_TRUE(waitFor([&] { return KernelMounts::sourceAt(directory) == "/dev/sdb1"; }));
     machine.unplug("sdb1");
-    EXPECT_TRUE(waitFor([&] { return !fs::exists(directory); }));
+    EXPECT_TRUE(waitFor([&] { return !Files::isListed(directory); }));
     EXPECT_TRUE(ServiceLog::says("Trying to umount2: /media/" + GetParam().shown));
     stop();
 }

@@ -1,12 +1,8 @@
-#include <filesystem>
-
 #include "tests/support/Files.h"
 #include "tests/support/Images.h"
 #include "tests/support/KernelMounts.h"
 #include "tests/support/WaitFor.h"
 #include "tests/system/SystemTest.h"
-
-namespace fs = std::filesystem;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -30,7 +26,7 @@ bool becomesMounted(const std::string& directory, const std::string& source)
 
 bool vanishes(const std::string& directory)
 {
-    return waitFor([&] { return !fs::exists(directory); });
+    return waitFor([&] { return !Files::isListed(directory); });
 }
 
 } // namespace
