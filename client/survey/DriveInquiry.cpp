@@ -17,7 +17,7 @@ bool mayBeNtfsInTrouble(const MountedDrive& drive)
 
 } // namespace
 
-DriveInquiry::DriveInquiry(MountedDrive drive, const std::optional<std::string>& knownNtfs)
+DriveInquiry::DriveInquiry(MountedDrive drive, const std::optional<std::string>& knownNtfs, Ntfs ntfs)
     : _drive(std::move(drive))
     , _ntfs(knownNtfs)
 {
@@ -32,7 +32,7 @@ DriveInquiry::DriveInquiry(MountedDrive drive, const std::optional<std::string>&
     if (!_drive.directory.empty()) {
         add([&] { return Questions::askSpace(_drive); }, &DriveInquiry::readSpace);
     }
-    if (!_ntfs && mayBeNtfsInTrouble(_drive)) {
+    if (!_ntfs && ntfs == Ntfs::Asked && mayBeNtfsInTrouble(_drive)) {
         add([&] { return Questions::askNtfs(_drive.device); }, &DriveInquiry::readNtfs);
     }
     _inquiry = std::make_unique<Inquiry>(questions);

@@ -13,8 +13,14 @@
 class DriveInquiry
 {
 public:
+    enum class Ntfs
+    {
+        Asked,
+        Left, ///< while a question, which takes the whole volume, would keep the service from mounting it
+    };
+
     /// `knownNtfs` is an earlier answer of the NTFS driver, if there was one: it is not asked again then.
-    DriveInquiry(MountedDrive drive, const std::optional<std::string>& knownNtfs);
+    DriveInquiry(MountedDrive drive, const std::optional<std::string>& knownNtfs, Ntfs ntfs);
 
     const MountedDrive& drive() const { return _drive; }
     /// Waits until `end` at most.

@@ -9,13 +9,11 @@
 
 #include <QByteArray>
 
-#include "client/survey/DriveInquiry.h"
 #include "client/survey/FactFinding.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Inquiries = std::vector<std::unique_ptr<DriveInquiry>>;
 
 /// Of these a drive has more; extended partitions and empty slots have less.
 constexpr quint64 SmallestDrive = 8192; // bytes
@@ -138,16 +136,24 @@ Surveyor::Surveyor(std::string socket, std::chrono::milliseconds bound)
 {
 }
 
+Surveyor::Inquiries Surveyor::inquiriesIn(const Surroundings& machine)
+{
+    const bool isArranging = machine.service.stage == ServiceState::Stage::Arranging;
+    const auto ntfs = isArranging ? DriveInquiry::Ntfs::Left : DriveInquiry::Ntfs::Asked;
+    Inquiries inquiries;
+    for (MountedDrive& drive : drivesOf(machine)) {
+        const std::optional<std::string> known = _ntfs[drive.device];
+        inquiries.push_back(std::make_unique<DriveInquiry>(std::move(drive), known, ntfs));
+    }
+    return inquiries;
+}
+
 Survey Surveyor::look()
 {
     const auto end = Inquiry::Clock::now() + _bound;
     Inquiry provider(&Provider::ask);
     Survey survey{{}, Surroundings::look(_socket), {}};
-    Inquiries inquiries;
-    for (MountedDrive& drive : drivesOf(survey.surroundings)) {
-        const std::optional<std::string> known = _ntfs[drive.device];
-        inquiries.push_back(std::make_unique<DriveInquiry>(std::move(drive), known));
-    }
+    const Inquiries inquiries = inquiriesIn(survey.surroundings);
     if (const auto answer = provider.answer(end)) {
         survey.surroundings.takeAnswer(*answer);
     }

@@ -1,5 +1,6 @@
 #include "client/watch/WatchEvents.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 
@@ -11,6 +12,11 @@
 #include "kernel/MountTable.h"
 
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto Calm = 1s;
+constexpr auto LongestUnrest = 5s;
 
 Descriptor signals()
 {
@@ -33,13 +39,32 @@ WatchEvents::WatchEvents()
 
 WatchEvents::Event WatchEvents::wait(std::optional<std::chrono::milliseconds> bound)
 {
+    const Event event = next(bound).value_or(Event::Screen);
+    return event == Event::Content || event == Event::Drives ? calmed(event) : event;
+}
+
+WatchEvents::Event WatchEvents::calmed(Event event)
+{
+    const auto end = std::chrono::steady_clock::now() + LongestUnrest;
+    while (event != Event::End && std::chrono::steady_clock::now() < end) {
+        const std::optional<Event> more = next(Calm);
+        if (!more) {
+            break;
+        }
+        event = std::max(event, *more);
+    }
+    return event;
+}
+
+std::optional<WatchEvents::Event> WatchEvents::next(std::optional<std::chrono::milliseconds> bound)
+{
     // The mount table can always be read; that it has changed is exceptional, and an error too.
     std::array<pollfd, 4> events{{{_mounts.get(), POLLPRI, 0},
                                   {_signals.get(), POLLIN, 0},
                                   {_hasBus ? _bus.descriptor() : -1, POLLIN, 0},
                                   {STDOUT_FILENO, 0, 0}}};
     if (poll(events.data(), events.size(), bound ? static_cast<int>(bound->count()) : -1) <= 0) {
-        return Event::Look;
+        return std::nullopt;
     }
     if ((events[3].revents & (POLLERR | POLLHUP)) != 0) {
         return Event::End;
@@ -54,12 +79,12 @@ WatchEvents::Event WatchEvents::signal() const
 {
     signalfd_siginfo about = {};
     const bool isRead = read(_signals.get(), &about, sizeof about) == sizeof about;
-    return isRead && about.ssi_signo == SIGWINCH ? Event::Look : Event::End;
+    return isRead && about.ssi_signo == SIGWINCH ? Event::Screen : Event::End;
 }
 
 WatchEvents::Event WatchEvents::heard()
 {
     const std::string what = _bus.take();
     _hasBus = !what.empty();
-    return what.find(BusWatch::Arrival) != std::string::npos || !_hasBus ? Event::Drives : Event::Look;
+    return what.find(BusWatch::Arrival) != std::string::npos || !_hasBus ? Event::Drives : Event::Content;
 }

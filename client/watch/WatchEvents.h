@@ -11,21 +11,27 @@
 class WatchEvents
 {
 public:
+    /// Later ones include those before them.
     enum class Event
     {
-        End,    ///< somebody ends the watch, or nobody reads it any more
-        Drives, ///< drives or mounts have come, gone or changed their place
-        Look,   ///< a drive's content may have changed, or the screen's size
+        Screen,  ///< the screen has another size, or the time is over
+        Content, ///< a drive's content may have changed
+        Drives,  ///< drives or mounts have come, gone or changed their place
+        End,     ///< somebody ends the watch, or nobody reads it any more
     };
 
     /// From here on the signals that end the watch, and that of a screen of another size, are events. Throws
     /// std::system_error if the mount table cannot be read.
     WatchEvents();
 
-    /// Waits; with a bound, its end counts as Look.
+    /// Waits; with a bound, its end counts as Screen. When drives have changed, it also waits until they have
+    /// been calm for a second, but not longer than five: somebody who looks at a drive would be in the way of
+    /// the service, which mounts or unmounts it just then.
     Event wait(std::optional<std::chrono::milliseconds> bound = std::nullopt);
 
 private:
+    std::optional<Event> next(std::optional<std::chrono::milliseconds> bound);
+    Event calmed(Event event);
     Event signal() const;
     Event heard();
 

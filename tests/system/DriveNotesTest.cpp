@@ -263,12 +263,19 @@ TEST_F(DriveNotesTest, SayThatTheServiceStillArrangesTheDrives)
     StandIn::make("ntfs-3g", "touch /tmp/driving\n"
                              "while [ -e /tmp/held ]; do sleep 0.05; done\n"
                              "exec /usr/bin/ntfs-3g \"$@\"\n");
+    StandIn::make("ntfs-3g.probe", "touch /tmp/asked\n");
     Service service({"log=10"}, environment);
     ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/driving"); }));
     EXPECT_EQ(noteOn("/dev/sda2"), "arranging");
+    // The driver of a volume that is asked about could not mount it.
+    EXPECT_EQ(runProgram({VRMOUNTCTL, "list"}, environment).status, 0);
+    EXPECT_FALSE(fs::exists("/tmp/asked"));
     fs::remove("/tmp/held");
     ASSERT_TRUE(service.isReady());
     EXPECT_EQ(noteOn("/dev/sda2"), "");
+    unmount("/media/C:");
+    EXPECT_EQ(runProgram({VRMOUNTCTL, "list"}, environment).status, 0);
+    EXPECT_TRUE(fs::exists("/tmp/asked"));
     EXPECT_EQ(service.stop(SIGTERM), 0);
 }
 

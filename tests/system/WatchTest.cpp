@@ -1,8 +1,11 @@
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <utility>
+
+#include <sys/mount.h>
 
 #include <QStandardPaths>
 
@@ -10,6 +13,7 @@
 #include "tests/support/Images.h"
 #include "tests/support/WaitFor.h"
 #include "tests/system/Listing.h"
+#include "tests/system/StandIn.h"
 #include "tests/system/SystemTest.h"
 
 namespace fs = std::filesystem;
@@ -89,24 +93,38 @@ std::string activity()
     return result;
 }
 
-/// Whether it has not moved for a while.
+/// Whether nothing moves for longer than a client waits for calm drives.
 bool becomesCalm()
 {
-    constexpr int While = 100; // looks
+    using Clock = std::chrono::steady_clock;
+    constexpr auto While = std::chrono::seconds(2);
     std::string before;
-    int calm = 0;
+    auto since = Clock::now();
     return waitFor(
         [&] {
             const std::string now = activity();
-            calm = now == std::exchange(before, now) ? calm + 1 : 0;
-            return calm == While;
+            if (now != std::exchange(before, now)) {
+                since = Clock::now();
+            }
+            return Clock::now() - since > While;
         },
         std::chrono::seconds(20));
 }
 
-long linesIn(const std::string& text)
+std::vector<std::string> lines(const std::string& file)
 {
-    return std::count(text.begin(), text.end(), '\n');
+    std::istringstream content(Files::content(file));
+    std::vector<std::string> result;
+    for (std::string line; std::getline(content, line);) {
+        result.push_back(line);
+    }
+    return result;
+}
+
+std::string lastLine(const std::string& file)
+{
+    const std::vector<std::string> all = lines(file);
+    return all.empty() ? std::string() : all.back();
 }
 
 bool isTerminalMissing()
@@ -171,19 +189,74 @@ TEST_F(WatchTest, WritesEachListOnceWhereNobodyLooks)
     start();
     const std::string output = "/tmp/lines";
     Process watch({"sh", "-c", "exec " + command + " --json >" + output});
-    EXPECT_TRUE(waitFor([&] { return linesIn(Files::content(output)) == 1; }));
+    EXPECT_TRUE(waitFor([&] { return lines(output).size() == 1; }));
+    MachineProvider::set("sda1", "IdVersion", "1"); // nothing that is listed
+    ASSERT_TRUE(becomesCalm());
     machine.plug("sdb1");
     EXPECT_TRUE(waitFor([&] { return Files::content(output).find("/media/STICK") != std::string::npos; }));
     machine.unplug("sdb1");
-    const auto last = [&] {
-        const std::string lines = Files::content(output);
-        return lines.substr(lines.rfind('\n', lines.size() - 2) + 1);
-    };
-    EXPECT_TRUE(waitFor([&] { return last().find("STICK") == std::string::npos; })) << last();
+    EXPECT_TRUE(waitFor([&] { return lastLine(output).find("STICK") == std::string::npos; }));
     watch.send(SIGTERM);
     EXPECT_EQ(watch.waitForEnd(), 0);
     EXPECT_THAT(Files::content(output), Not(HasSubstr("\x1b")));
+    const std::vector<std::string> lists = lines(output);
+    EXPECT_EQ(std::adjacent_find(lists.begin(), lists.end()), lists.end());
     stop();
+}
+
+TEST_F(WatchTest, AsksNoVolumeThatTheServiceIsAboutToMount)
+{
+    machine.addUnplugged("sdc1", Images::ntfs("slow", "SLOW"));
+    const Process::Environment environment = StandIn::environment();
+    StandIn::make("ntfs-3g", "sleep 0.5\nexec /usr/bin/ntfs-3g \"$@\"\n");
+    StandIn::make("ntfs-3g.probe", "touch /tmp/asked\nexec /usr/bin/ntfs-3g.probe \"$@\"\n");
+    start({"log=10"}, environment);
+    const std::string output = "/tmp/lines";
+    const Process watch({"sh", "-c", "exec " + command + " --json >" + output}, "/dev/null", environment);
+    EXPECT_TRUE(waitFor([&] { return lines(output).size() == 1; }));
+    machine.plug("sdc1");
+    EXPECT_TRUE(waitFor([&] { return lastLine(output).find("/media/SLOW") != std::string::npos; }));
+    EXPECT_FALSE(fs::exists("/tmp/asked"));
+    ASSERT_EQ(umount("/media/SLOW"), 0);
+    EXPECT_TRUE(waitFor([] { return fs::exists("/tmp/asked"); }));
+    stop();
+}
+
+TEST_F(WatchTest, AsksAgainWhatItKnewBeforeADriveChanged)
+{
+    const std::string image = Images::ntfs("sleeping", "Sleeping", {"Windows/"});
+    Images::hibernate(image);
+    machine.addInternal("sda2", image);
+    start();
+    const std::string output = "/tmp/lines";
+    const Process watch({"sh", "-c", "exec " + command + " --json >" + output});
+    EXPECT_TRUE(waitFor([&] { return lastLine(output).find("\"hibernated\"") != std::string::npos; }));
+    EXPECT_EQ(Listing::client({"remount", "/media/D:", "remove_hiberfile"}).status, 0);
+    EXPECT_EQ(Listing::client({"remount", "/media/D:", "ro"}).status, 0);
+    EXPECT_TRUE(waitFor([&] { return lastLine(output).find("\"requested\"") != std::string::npos; }))
+        << lastLine(output);
+    stop();
+}
+
+TEST_F(WatchTest, SeesThatTheServiceHasArrangedTheDrivesThoughNothingWasMounted)
+{
+    expectQuotedWarning("WARNING ntfs-3g: 0x100");
+    expectQuotedWarning("ERROR ntfs-3g: 0x100");
+    machine.start();
+    Files::write("/tmp/held", "");
+    const Process::Environment environment = StandIn::environment();
+    StandIn::make("ntfs-3g", "touch /tmp/driving\n"
+                             "while [ -e /tmp/held ]; do sleep 0.05; done\n"
+                             "exit 1\n");
+    Service service({"log=10"}, environment);
+    ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/driving"); }));
+    const std::string output = "/tmp/lines";
+    const Process watch({"sh", "-c", "exec " + command + " --json >" + output});
+    EXPECT_TRUE(waitFor([&] { return lastLine(output).find("\"arranging\"") != std::string::npos; }));
+    fs::remove("/tmp/held");
+    EXPECT_TRUE(waitFor([&] { return lastLine(output).find("\"not-mounted\"") != std::string::npos; }))
+        << lastLine(output);
+    EXPECT_EQ(service.stop(SIGTERM), 0);
 }
 
 TEST_F(WatchTest, EndsWhenNobodyReadsItAnyMore)
@@ -201,7 +274,7 @@ TEST_F(WatchTest, SleepsWhileNothingHappens)
     start();
     const std::string output = "/tmp/lines";
     const Process watch({"sh", "-c", "exec " + command + " >" + output});
-    EXPECT_TRUE(waitFor([&] { return linesIn(Files::content(output)) > 1; }));
+    EXPECT_TRUE(waitFor([&] { return lines(output).size() > 1; }));
     ASSERT_TRUE(becomesCalm());
     // It hears the provider when a change there wakes it.
     const std::string deaf = activity();
