@@ -120,8 +120,7 @@ std::string ask(const std::vector<Mount>& mounts)
     const std::vector<std::string> devices = loopDevices(mounts);
     users.insert(users.end(), devices.begin(), devices.end());
     std::string answer;
-    for (std::string& user : users) {
-        std::replace(user.begin(), user.end(), '\n', ' ');
+    for (const std::string& user : users) {
         answer += user + '\n';
     }
     return answer;

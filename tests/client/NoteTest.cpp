@@ -278,6 +278,7 @@ TEST(NoteTest, IsLeftOutWhereEverythingIsAsItShouldBe)
              probed(14, at("/media/C:")), // and yet somebody has it writable
              readOnly(),                  // the driver could not be asked
              probed(19, readOnly()),      // no right to ask it
+             holding("filesystem", "iso9660", readOnly()),
              holding("filesystem", "iso9660", external(readOnly())),
              external(unidentified),
              external(at("/mnt/sdb1")),
@@ -293,6 +294,7 @@ TEST(NoteTest, SaysNothingThatOnlyTheProviderKnowsWithoutIt)
     const DriveFacts unknown = with(&DriveFacts::presentation, Presentation::Unknown);
     EXPECT_EQ(wordOn(unknown), "nothing");
     EXPECT_EQ(wordOn(at("/mnt/sda2", unknown)), "nothing");
+    EXPECT_EQ(wordOn(with(&DriveFacts::isIdentified, false, holding("", "", unknown))), "nothing");
     EXPECT_EQ(wordOn(probed(14, readOnly(at("/mnt/sda2", unknown)))), "hibernated");
     EXPECT_EQ(wordOn(holding("crypto", "BitLocker", unknown)), "bitlocker");
 }
@@ -306,6 +308,9 @@ TEST(NoteTest, NamesTheCauseThatComesFirst)
         wordOn(with(&DriveFacts::isRescueMedium, true, with(&DriveFacts::elsewhere, std::string("/run")))),
         "rescue-medium");
     EXPECT_EQ(wordOn(with(&DriveFacts::service, Stage::Absent, withoutLetter(partition()))), "no-service");
+    EXPECT_EQ(wordOn(writeProtected(partition())), "not-mounted"); // NTFS is tried read-only
+    EXPECT_EQ(wordOn(with(&DriveFacts::isLater, true, external(whole()))), "not-mounted");
+    EXPECT_EQ(wordOn(with(&DriveFacts::isLater, true, whole())), "nothing");
 }
 
 TEST(NoteTest, QuotesNamesInCommandsForTheShell)

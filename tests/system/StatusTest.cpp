@@ -1,4 +1,6 @@
+#include <csignal>
 #include <filesystem>
+#include <utility>
 
 #include "tests/support/Files.h"
 #include "tests/support/Images.h"
@@ -55,6 +57,30 @@ TEST_F(StatusTest, SaysSinceWhenTheServiceRunsAndWhereItsLettersComeFrom)
     expectStatus(3, "service  does not run\n");
     Files::write("/var/run/vrmountdrives.pid", "1");
     expectStatus(1, "service  does not run, but has left /var/run/vrmountdrives.pid\n");
+}
+
+TEST_F(StatusTest, ShowsNoSignatureWhereAMapHasNone)
+{
+    writeMap("[Disk0]\nPartition1=C:\n");
+    machine.addInternal("sda1", Images::ext4("linux", "Linux"));
+    start();
+    expectStatus(0, "map      /mounts/windows/Programs/Vorna/drives.ini\n$");
+    stop();
+}
+
+TEST_F(StatusTest, TakesNoServiceElsewhereForItsOwn)
+{
+    const std::string program = "/tmp/vrmountdrives";
+    fs::copy_file("/bin/sleep", program);
+    for (const auto& [command, status] :
+         {std::pair(program, 1), std::pair("unshare --mount " + program, 3)}) {
+        Process other({"sh", "-c", "exec " + command + " 60"});
+        const std::string comm = "/proc/" + std::to_string(other.id()) + "/comm";
+        ASSERT_TRUE(waitFor([&] { return Files::content(comm) == "vrmountdrives\n"; })) << command;
+        expectStatus(status, "service  ");
+        other.send(SIGKILL);
+        other.waitForEnd();
+    }
 }
 
 TEST_F(StatusTest, KnowsThatAMapOfAnEarlierStartDoesNotCount)
