@@ -124,6 +124,21 @@ TEST_F(EjectTest, WaitsUntilTheDriverOfNtfsHasEnded)
     stop();
 }
 
+TEST_F(EjectTest, WaitsForADriverThatTakesItsTime)
+{
+    addStick("sdb1", Images::ext4("stick", "STICK"));
+    start();
+    plug("sdb1", "/media/STICK");
+    fs::copy_file("/bin/sleep", "/tmp/slow-ntfs");
+    Process driver({"sh", "-c", "exec /tmp/slow-ntfs 1 </dev/sdb1"});
+    const std::string comm = "/proc/" + std::to_string(driver.id()) + "/comm";
+    ASSERT_TRUE(waitFor([&] { return Files::content(comm) == "slow-ntfs\n"; }));
+    expectEjected("/media/STICK", "/media/STICK is unmounted: it may be pulled");
+    EXPECT_FALSE(driver.isRunning());
+    pull("sdb1");
+    stop();
+}
+
 TEST_F(EjectTest, NamesWhoUsesTheStickAndChangesNothing)
 {
     addStick("sdb1", Images::ext4("stick", "STICK", {"letter"}));
