@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/Files.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/WaitFor.h"
 
@@ -115,6 +116,12 @@ bool Process::isRunning()
         _status = exitStatus(waitStatus);
     }
     return !_status;
+}
+
+bool Process::becomes(const std::string& program) const
+{
+    const std::string comm = "/proc/" + std::to_string(_id) + "/comm";
+    return waitFor([&] { return Files::content(comm) == program + '\n'; });
 }
 
 std::optional<int> Process::waitForEnd(std::chrono::milliseconds bound)

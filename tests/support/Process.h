@@ -29,6 +29,9 @@ public:
     void send(int signalNumber) const;
     /// Whether it has not ended yet.
     bool isRunning();
+    /// Whether it runs the program of this name, or does within some seconds: a shell before it becomes
+    /// another.
+    bool becomes(const std::string& program) const;
     /// Its exit status, 128 plus the number of the signal that ended it, or nothing if it still runs after
     /// `bound`.
     std::optional<int> waitForEnd(std::chrono::milliseconds bound = std::chrono::seconds(5));

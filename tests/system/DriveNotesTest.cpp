@@ -258,11 +258,8 @@ TEST_F(DriveNotesTest, SayThatTheServiceStillArrangesTheDrives)
     machine.addInternal("sda1", Images::ntfs("windows", "Windows"));
     machine.addInternal("sda2", Images::ext4("linux", "Linux"));
     machine.start();
-    Files::write("/tmp/held", "");
     const Process::Environment environment = StandIn::environment();
-    StandIn::make("ntfs-3g", "touch /tmp/driving\n"
-                             "while [ -e /tmp/held ]; do sleep 0.05; done\n"
-                             "exec /usr/bin/ntfs-3g \"$@\"\n");
+    StandIn::makeDriverThatWaits();
     StandIn::make("ntfs-3g.probe", "touch /tmp/asked\n");
     Service service({"log=10"}, environment);
     ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/driving"); }));
@@ -270,7 +267,7 @@ TEST_F(DriveNotesTest, SayThatTheServiceStillArrangesTheDrives)
     // The driver of a volume that is asked about could not mount it.
     EXPECT_EQ(runProgram({VRMOUNTCTL, "list"}, environment).status, 0);
     EXPECT_FALSE(fs::exists("/tmp/asked"));
-    fs::remove("/tmp/held");
+    Files::write("/tmp/go", "");
     ASSERT_TRUE(service.isReady());
     EXPECT_EQ(noteOn("/dev/sda2"), "");
     unmount("/media/C:");

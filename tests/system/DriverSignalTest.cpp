@@ -31,14 +31,6 @@ std::uint64_t bit(int signalNumber)
     return std::uint64_t{1} << static_cast<unsigned>(signalNumber - 1);
 }
 
-/// A driver that begins, and goes on when it may.
-void makeDriverThatWaits()
-{
-    StandIn::make("ntfs-3g", "touch /tmp/driving\n"
-                             "for time in $(seq 100); do [ -e /tmp/go ] && break; sleep 0.05; done\n"
-                             "exec /usr/bin/ntfs-3g \"$@\"\n");
-}
-
 void waitForDriver()
 {
     ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/driving"); }));
@@ -69,7 +61,7 @@ TEST_F(DriverSignalTest, SignalWhileADriverIsStartedEndsTheServiceAfterwards)
     machine.addInternal("sda1", Images::ntfs("os", "OS"));
     machine.start();
     const Process::Environment environment = StandIn::environment();
-    makeDriverThatWaits();
+    StandIn::makeDriverThatWaits();
     for (const int signalNumber : {SIGINT, SIGTERM, SIGQUIT}) {
         Service service({"log=10"}, environment);
         waitForDriver();
@@ -84,7 +76,7 @@ TEST_F(DriverSignalTest, SignalWhileARemountRunsEndsTheServiceAfterwards)
     for (const int signalNumber : {SIGINT, SIGTERM, SIGQUIT}) {
         Service service({"log=10"}, StandIn::environment());
         ASSERT_TRUE(service.isReady());
-        makeDriverThatWaits();
+        StandIn::makeDriverThatWaits();
         const CommandClient client;
         client.send("remount:/media/C:=ro");
         waitForDriver();

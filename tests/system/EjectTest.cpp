@@ -131,8 +131,7 @@ TEST_F(EjectTest, WaitsForADriverThatTakesItsTime)
     plug("sdb1", "/media/STICK");
     fs::copy_file("/bin/sleep", "/tmp/slow-ntfs");
     Process driver({"sh", "-c", "exec /tmp/slow-ntfs 1 </dev/sdb1"});
-    const std::string comm = "/proc/" + std::to_string(driver.id()) + "/comm";
-    ASSERT_TRUE(waitFor([&] { return Files::content(comm) == "slow-ntfs\n"; }));
+    ASSERT_TRUE(driver.becomes("slow-ntfs"));
     expectEjected("/media/STICK", "/media/STICK is unmounted: it may be pulled");
     EXPECT_FALSE(driver.isRunning());
     pull("sdb1");
@@ -151,8 +150,7 @@ TEST_F(EjectTest, NamesWhoUsesTheStickAndChangesNothing)
     };
     for (const std::string& use : uses) {
         Process user({"sh", "-c", use});
-        const std::string comm = "/proc/" + std::to_string(user.id()) + "/comm";
-        ASSERT_TRUE(waitFor([&] { return Files::content(comm) == "sleep\n"; })) << use;
+        ASSERT_TRUE(user.becomes("sleep")) << use;
         expectRefusal("/media/STICK", "/media/STICK is in use by sleep (process " +
                                           std::to_string(user.id()) + "): nothing was changed");
         user.send(SIGKILL);
@@ -287,8 +285,7 @@ TEST_F(EjectTest, LeavesWhatAnotherMountNamespaceHolds)
     plug("sdb1", "/media/STICK");
     Process other(
         {"unshare", "--mount", "--propagation", "private", "sh", "-c", "cd /media/STICK && exec sleep 60"});
-    const std::string comm = "/proc/" + std::to_string(other.id()) + "/comm";
-    ASSERT_TRUE(waitFor([&] { return Files::content(comm) == "sleep\n"; }));
+    ASSERT_TRUE(other.becomes("sleep"));
     const ProcessResult result = client({"eject", "/media/STICK"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output,

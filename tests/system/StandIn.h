@@ -26,6 +26,15 @@ inline void make(const std::string& name, const std::string& script)
     std::filesystem::permissions(file, std::filesystem::perms::owner_all);
 }
 
+/// A driver that begins, which the file /tmp/driving says, and goes on with `script` when there is a file
+/// /tmp/go.
+inline void makeDriverThatWaits(const std::string& script = "exec /usr/bin/ntfs-3g \"$@\"\n")
+{
+    make("ntfs-3g", "touch /tmp/driving\n"
+                    "for time in $(seq 100); do [ -e /tmp/go ] && break; sleep 0.05; done\n" +
+                        script);
+}
+
 inline void remove(const std::string& name)
 {
     std::filesystem::remove(Directory + "/" + name);

@@ -75,8 +75,7 @@ TEST_F(StatusTest, TakesNoServiceElsewhereForItsOwn)
     for (const auto& [command, status] :
          {std::pair(program, 1), std::pair("unshare --mount " + program, 3)}) {
         Process other({"sh", "-c", "exec " + command + " 60"});
-        const std::string comm = "/proc/" + std::to_string(other.id()) + "/comm";
-        ASSERT_TRUE(waitFor([&] { return Files::content(comm) == "vrmountdrives\n"; })) << command;
+        ASSERT_TRUE(other.becomes("vrmountdrives")) << command;
         expectStatus(status, "service  ");
         other.send(SIGKILL);
         other.waitForEnd();

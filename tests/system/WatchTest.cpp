@@ -250,17 +250,14 @@ TEST_F(WatchTest, SeesThatTheServiceHasArrangedTheDrivesThoughNothingWasMounted)
     expectQuotedWarning("WARNING ntfs-3g: 0x100");
     expectQuotedWarning("ERROR ntfs-3g: 0x100");
     machine.start();
-    Files::write("/tmp/held", "");
     const Process::Environment environment = StandIn::environment();
-    StandIn::make("ntfs-3g", "touch /tmp/driving\n"
-                             "while [ -e /tmp/held ]; do sleep 0.05; done\n"
-                             "exit 1\n");
+    StandIn::makeDriverThatWaits("exit 1\n");
     Service service({"log=10"}, environment);
     ASSERT_TRUE(waitFor([] { return fs::exists("/tmp/driving"); }));
     const std::string output = "/tmp/lines";
     const Process watch({"sh", "-c", "exec " + command + " --json >" + output});
     EXPECT_TRUE(waitFor([&] { return lastLine(output).find("\"arranging\"") != std::string::npos; }));
-    fs::remove("/tmp/held");
+    Files::write("/tmp/go", "");
     EXPECT_TRUE(waitFor([&] { return lastLine(output).find("\"not-mounted\"") != std::string::npos; }))
         << lastLine(output);
     EXPECT_EQ(service.stop(SIGTERM), 0);
